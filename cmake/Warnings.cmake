@@ -1,0 +1,14 @@
+# bf_options: what every target of the project compiles with.
+add_library(bf_options INTERFACE)
+target_include_directories(bf_options INTERFACE ${CMAKE_SOURCE_DIR}/include)
+target_compile_options(bf_options INTERFACE
+  -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wsign-conversion -Wundef -Wcast-qual
+  -Wformat=2 -Wnull-dereference -Wvla $<$<COMPILE_LANGUAGE:CXX>:-Wold-style-cast>)
+if(BF_WERROR)
+  target_compile_options(bf_options INTERFACE -Werror)
+endif()
+if(BF_SANITIZE)
+  target_compile_options(bf_options INTERFACE
+    -fsanitize=${BF_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all)
+  target_link_options(bf_options INTERFACE -fsanitize=${BF_SANITIZE})
+endif()

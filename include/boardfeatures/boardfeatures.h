@@ -1,0 +1,8 @@
+/* All of libboardfeatures. Each family also has a header of its own. */
+#ifndef BOARDFEATURES_BOARDFEATURES_H
+#define BOARDFEATURES_BOARDFEATURES_H
+
+#include "boardfeatures/host.h"
+#include "boardfeatures/identity.h"
+
+#endif
