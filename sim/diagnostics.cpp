@@ -30,7 +30,7 @@ Level chosen_level() {
 }
 
 // One write a line, so that lines of several processes do not mix.
-void print_line(Level level, std::string place, const char *format, va_list values) {
+void print_line(Level level, const std::string &place, const char *format, va_list values) {
     if (level > chosen_level()) {
         return;
     }
