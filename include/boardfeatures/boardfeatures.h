@@ -4,5 +4,6 @@
 
 #include "boardfeatures/host.h"
 #include "boardfeatures/identity.h"
+#include "boardfeatures/pcieid.h"
 
 #endif
