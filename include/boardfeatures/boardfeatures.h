@@ -2,6 +2,7 @@
 #ifndef BOARDFEATURES_BOARDFEATURES_H
 #define BOARDFEATURES_BOARDFEATURES_H
 
+#include "boardfeatures/cooling.h"
 #include "boardfeatures/host.h"
 #include "boardfeatures/identity.h"
 #include "boardfeatures/pcieid.h"
