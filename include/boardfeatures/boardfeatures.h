@@ -6,5 +6,6 @@
 #include "boardfeatures/host.h"
 #include "boardfeatures/identity.h"
 #include "boardfeatures/pcieid.h"
+#include "boardfeatures/ipc.h"
 
 #endif
