@@ -5,7 +5,7 @@
 #include "boardfeatures/cooling.h"
 #include "boardfeatures/host.h"
 #include "boardfeatures/identity.h"
-#include "boardfeatures/pcieid.h"
 #include "boardfeatures/ipc.h"
+#include "boardfeatures/pcieid.h"
 
 #endif
