@@ -3,9 +3,12 @@
 #define BOARDFEATURES_BOARDFEATURES_H
 
 #include "boardfeatures/cooling.h"
+#include "boardfeatures/fru.h"
 #include "boardfeatures/host.h"
 #include "boardfeatures/identity.h"
 #include "boardfeatures/ipc.h"
+#include "boardfeatures/mailbox.h"
 #include "boardfeatures/pcieid.h"
+#include "boardfeatures/power.h"
 
 #endif
