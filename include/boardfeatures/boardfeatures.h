@@ -2,6 +2,7 @@
 #ifndef BOARDFEATURES_BOARDFEATURES_H
 #define BOARDFEATURES_BOARDFEATURES_H
 
+#include "boardfeatures/config.h"
 #include "boardfeatures/cooling.h"
 #include "boardfeatures/fru.h"
 #include "boardfeatures/host.h"

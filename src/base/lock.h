@@ -82,12 +82,14 @@ private:
 
 // The attachment that a process keeps from its first use on, null while it cannot be had. Threads
 // that come at once end with the same one.
-inline void *kept_attachment(std::atomic<void *> &kept, int32_t key) {
-    void *address = kept.load(std::memory_order_acquire);
+template <typename Kept>  // std::atomic or std::atomic_ref of a pointer
+typename Kept::value_type kept_attachment(Kept &kept, int32_t key) {
+    using Address = typename Kept::value_type;
+    Address address = kept.load(std::memory_order_acquire);
     if (address != nullptr) {
         return address;
     }
-    void *fresh = OAL_GetMemResourceAddr(key);
+    const auto fresh = static_cast<Address>(OAL_GetMemResourceAddr(key));
     if (fresh == nullptr) {
         return nullptr;
     }
