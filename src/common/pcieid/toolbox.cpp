@@ -41,20 +41,20 @@ std::span<const pciecap_link> links_of(const pciecap_list *list) {
 }
 std::span<pciecap_link> links_of(pciecap_list *list) { return links_behind<pciecap_link>(list); }
 
-// Wide enough that no list's sum wraps into a valid total.
-uint64_t totallanes_of(std::span<const pciecap_link> links) {
-    uint64_t total = 0;
+// Widths that add up to more than 32 bits hold stay at the top instead of wrapping to a valid
+// total.
+uint32_t totallanes_of(std::span<const pciecap_link> links) {
+    uint32_t total = 0;
     for (const pciecap_link &link : links) {
-        total += link.width;
+        total = link.width > UINT32_MAX - total ? UINT32_MAX : total + link.width;
     }
     return total;
 }
 
 int32_t link_breakdown(std::span<const pciecap_link> links, LaneSequence &sequence) {
-    const uint64_t total = totallanes_of(links);
+    const uint32_t total = totallanes_of(links);
     if (total > PCIECAP_MAX_LANES) {
-        PCIEID_WARN("%s(@%d), totallanes_of(srclinks) = %u, overflow\n",
-                    static_cast<uint32_t>(total));
+        PCIEID_WARN("%s(@%d), totallanes_of(srclinks) = %u, overflow\n", total);
         return -1;
     }
     for (const pciecap_link &link : links) {
@@ -139,11 +139,11 @@ extern "C" {
 int32_t pciecap_convert(const pciecap_list *up, pciecap_list *down) {
     const std::span<const pciecap_link> up_links = links_of(up);
     const std::span<pciecap_link> down_links = links_of(down);
-    const uint64_t up_total = totallanes_of(up_links);
-    const uint64_t down_total = totallanes_of(down_links);
+    const uint32_t up_total = totallanes_of(up_links);
+    const uint32_t down_total = totallanes_of(down_links);
     if (up_total != down_total) {
-        PCIEID_WARN("%s(@%d), totallanes_of(up) %u !=totallanes_of(down) %u\n",
-                    static_cast<uint32_t>(up_total), static_cast<uint32_t>(down_total));
+        PCIEID_WARN("%s(@%d), totallanes_of(up) %u !=totallanes_of(down) %u\n", up_total,
+                    down_total);
         return -1;
     }
     LaneSequence sequence;
