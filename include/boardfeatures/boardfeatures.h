@@ -2,8 +2,10 @@
 #ifndef BOARDFEATURES_BOARDFEATURES_H
 #define BOARDFEATURES_BOARDFEATURES_H
 
+#include "boardfeatures/bios.h"
 #include "boardfeatures/config.h"
 #include "boardfeatures/cooling.h"
+#include "boardfeatures/dimm.h"
 #include "boardfeatures/fru.h"
 #include "boardfeatures/host.h"
 #include "boardfeatures/identity.h"
