@@ -13,5 +13,6 @@
 #include "boardfeatures/mailbox.h"
 #include "boardfeatures/pcieid.h"
 #include "boardfeatures/power.h"
+#include "boardfeatures/storage.h"
 
 #endif
