@@ -17,6 +17,7 @@
 #define BOARDFEATURES_STORAGE_H
 
 #include "boardfeatures/abi.h"
+#include "boardfeatures/config.h"
 
 BF_EXTERN_C_BEGIN
 
@@ -280,6 +281,44 @@ BF_API uint32_t ConvertSensorDeviceIDtoDiskZone(uint32_t id);                   
 BF_API uint32_t ConvertSensorDeviceIDtoDiskSlot(uint32_t id);                     /* id */
 BF_API uint32_t ConvertSensorDeviceIDtfromDiskinfo(uint32_t zone, uint32_t slot); /* slot */
 BF_API uint32_t FixDiskSilk(uint32_t slot);                                       /* slot */
+
+/* ---- custom disk locations ----
+ *
+ * Labels of the run-time file /var/custom_location_config.ini. It is read once in the life of a
+ * process, under semaphore 12306; a missing file is looked for again. No hardware access.
+ */
+
+/* The relabelled disks, in the order of their own zones and disks. 264 bytes. */
+typedef struct CustomDiskConfig {
+    uint32_t valid; /* 1 when there is at least one */
+    uint32_t count; /* 0..64 */
+    SlotEntry entries[64];
+} CustomDiskConfig;
+BF_ASSERT_SIZE(CustomDiskConfig, 264);
+
+/* Fills *config; without a file only its valid word, with 0. Disks beyond 64 are left out. -1:
+ * null, the lock cannot be taken or given back, or the file cannot be loaded. */
+BF_API int32_t HDD_COM_GetCustomConfig(CustomDiskConfig *config);
+/* Writes the board's own zone and disk of a custom label: those of the first disk that carries it,
+ * the label itself when none does. -1: null, or the labels cannot be read; the outputs then are the
+ * label (nothing is written for a null). */
+BF_API int32_t HDD_COM_CustomSliktoVelSlik(uint8_t *zone, uint8_t *slot, uint32_t custom_zone,
+                                           uint32_t custom_slot);
+/* 1 when a file cannot be examined (a null path included) or is too small to hold a label, 9 bytes;
+ * else 0. */
+BF_API int32_t HDD_COM_IsfileInvalid(const char *path);
+
+/* ---- comparing disk topologies ---- */
+
+/* Two lists of backplane ids, each a count and that many ids. 0 alike, 4 the counts differ, 5 the
+ * ids differ, -1 null. Alike is judged by the number of equal pairs, so repeated ids can hide a
+ * difference. */
+BF_API int32_t HarddiskBackIdMatch(const uint32_t *first, const uint32_t *second);
+/* Two RAID-card summaries: seven words, of which the last four are the counts of expanders, of
+ * IR-mode, MR-mode and PMC cards. 0 alike, 6..9 for the first of these that differs, -1 null. */
+BF_API int32_t HarddiskRaidCardMatch(const uint32_t *first, const uint32_t *second);
+/* 3: models are not compared on this board. -1 null. */
+BF_API int32_t HarddiskModelMatch(const void *first, const void *second);
 
 /* ---- facts of the board ---- */
 
