@@ -12,6 +12,7 @@
 #include "boardfeatures/ipc.h"
 #include "boardfeatures/mailbox.h"
 #include "boardfeatures/pcieid.h"
+#include "boardfeatures/pcieid_enum.h"
 #include "boardfeatures/power.h"
 #include "boardfeatures/storage.h"
 
