@@ -472,6 +472,7 @@ typedef struct pcieid_workspace {
     pcieslot_list pcieslots;
     uint32_t slot_connectors[PCIESLOT_MAX_ITEMS]; /* of each pcieslot: mbslots */
     uint32_t slot_risers[PCIESLOT_MAX_ITEMS];     /* of each pcieslot: risers or none */
+    slimline_list retimer_slimlines;              /* of the retimer cards */
     slimline_list slimlines;                      /* the mainboard's, then the retimers' */
     uint32_t slimline_slots[SLIMLINE_MAX_ITEMS];  /* of each slimline: pcieslots or none */
     mb2bpifc_list interfaces;
@@ -481,8 +482,9 @@ typedef struct pcieid_workspace {
     pcieid_cable cables[MB2BPIFC_MAX_ITEMS][BPDEV_MAX_UPLINKS]; /* of each device's uplinks */
     pciecfg_list identified;                                    /* the result */
     pcieid_origin origins[PCIECFG_MAX_ITEMS];                   /* of each item of the result */
-    pciecfg_list scratch; /* pcieid_identify_and_store: what the flash held */
-    uint32_t stored;      /* pcieid_identify_and_store: 1 when it wrote the flash */
+    /* pcieid_identify_and_store: */
+    pciecfg_list held; /* what the flash held, sorted; empty when it held nothing valid */
+    uint32_t stored;   /* 1 when the flash was written */
 } pcieid_workspace;
 
 /* Identifies every slot and disk bay: expands the mainboard's connectors, tells retimers from
@@ -490,13 +492,13 @@ typedef struct pcieid_workspace {
  * works out their slots, and sorts everything by CPU and lane. The list is as one that is stored:
  * reserved fields are 0, entries beyond the count zero.
  * A card, cable or backplane that does not answer or fit is logged and left out.
- * 0; -1: null; a step's negative result when one fails as a whole; *cfg is untouched then. `cfg`
+ * 0; -1: null; a step's result when one fails as a whole (logged); *cfg is untouched then. `cfg`
  * may be the workspace's own result.
  * Accesses: an identifier read for each riser connector, slot and interface, 2 to 8 for the slot
  * bases, 2 a socket and 2 an uplink. */
 BF_API int32_t pcieid_identify(pcieid_workspace *work, pciecfg_list *cfg);
 /* Identifies and stores the result in the flash when it holds anything else.
- * 0 also when nothing had to be stored; otherwise the negative result of pcieid_identify (nothing
+ * 0 also when nothing had to be stored; otherwise the result of pcieid_identify (nothing
  * is written then) or of pciecfg_data_update. Accesses: those of pcieid_identify and of
  * pciecfg_data_parser, and of pciecfg_data_update when the lists differ. */
 BF_API int32_t pcieid_identify_and_store(pcieid_workspace *work);

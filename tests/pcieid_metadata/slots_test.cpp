@@ -2,7 +2,7 @@
 #include <gmock/gmock.h>
 
 #include "boardfeatures/pcieid_enum.h"
-#include "bytes.h"
+#include "support/bytes.h"
 #include "support/scripted_platform.h"
 
 using scripted::platform;

@@ -4,7 +4,7 @@
 #include <memory>
 
 #include "boardfeatures/pcieid_enum.h"
-#include "bytes.h"
+#include "support/bytes.h"
 #include "support/scripted_platform.h"
 
 using scripted::platform;
