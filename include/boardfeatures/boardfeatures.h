@@ -11,9 +11,11 @@
 #include "boardfeatures/identity.h"
 #include "boardfeatures/ipc.h"
 #include "boardfeatures/mailbox.h"
+#include "boardfeatures/net.h"
 #include "boardfeatures/pcieid.h"
 #include "boardfeatures/pcieid_enum.h"
 #include "boardfeatures/power.h"
+#include "boardfeatures/process.h"
 #include "boardfeatures/storage.h"
 
 #endif
