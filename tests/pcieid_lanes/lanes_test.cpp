@@ -8,6 +8,7 @@
 #include <string>
 
 #include "boardfeatures/pcieid.h"
+#include "support/lane_model.h"
 #include "support/scripted_platform.h"
 
 using scripted::platform;
@@ -16,7 +17,8 @@ using testing::IsEmpty;
 
 namespace {
 
-using Links = std::vector<pciecap_link>;
+using model::Links;
+using model::Outcome;
 
 constexpr uint32_t obverse = 0x12345678;
 constexpr uint32_t reverse = 0x87654321;
@@ -54,11 +56,6 @@ std::vector<std::string> log_lines() {
     return lines;
 }
 
-struct Outcome {
-    int result;
-    Links down;
-};
-
 Outcome convert(const Links &up, const Links &down) {
     const pciecap_list up_list = list_of(up);
     pciecap_list down_list = list_of(down);
@@ -68,11 +65,6 @@ Outcome convert(const Links &up, const Links &down) {
         EXPECT_EQ(std::memcmp(&up_list.links[i], &up[i], sizeof(up[i])), 0) << "up is read only";
     }
     return {result, links_of(down_list)};
-}
-
-bool same(const pciecap_link &a, const pciecap_link &b) {
-    return a.cpu == b.cpu && a.x1_start == b.x1_start && a.width == b.width &&
-           a.sequence == b.sequence;
 }
 
 #define EXPECT_LINK(link, want_cpu, want_start, want_width, want_sequence) \
@@ -289,72 +281,6 @@ TEST(Convert, ANullListHasNoLanes) {
 
 namespace {
 
-// Writes every lane down, then asks of every link whether some run of lanes explains it.
-Outcome expected_of(const Links &up, Links down) {
-    uint64_t up_total = 0;
-    uint64_t down_total = 0;
-    for (const auto &link : up) {
-        up_total += link.width;
-    }
-    for (const auto &link : down) {
-        down_total += link.width;
-    }
-    if (up_total != down_total || up_total > 128) {
-        return {-1, down};
-    }
-    std::vector<std::pair<uint32_t, uint32_t>> lanes;  // CPU, number
-    for (const auto &link : up) {
-        std::vector<std::pair<uint32_t, uint32_t>> run;
-        for (uint32_t lane = 0; lane < link.width; ++lane) {
-            run.emplace_back(link.cpu, link.x1_start + lane);
-        }
-        if (link.sequence == reverse) {
-            std::reverse(run.begin(), run.end());
-        }
-        lanes.insert(lanes.end(), run.begin(), run.end());
-    }
-    if (!lanes.empty() && lanes[0].second >= 240) {
-        return {-1, down};
-    }
-    if (lanes.size() == 16 && lanes[8].second >= 240) {
-        down[0].width = 8;
-    }
-    lanes.resize(lanes.size() + 256, {0, 0});  // what lies behind the sequence
-    size_t first = 0;
-    for (auto &link : down) {
-        if (link.width == 0) {
-            continue;
-        }
-        const std::vector<std::pair<uint32_t, uint32_t>> run(&lanes[first],
-                                                             &lanes[first] + link.width);
-        for (size_t i = 0; i < run.size(); ++i) {
-            if (run[i].first != run[0].first) {
-                return {-2, down};
-            }
-            const uint32_t above = run[i].second - run[0].second;
-            const uint32_t below = run[0].second - run[i].second;
-            if (above != i && below != i) {
-                return {-3, down};
-            }
-        }
-        const bool rising = lanes[first + 1].second > lanes[first].second;
-        const uint32_t start = rising ? run.front().second : run.back().second;
-        if (start / link.width * link.width != start) {
-            return {-4, down};
-        }
-        link.cpu = run[0].first;
-        link.x1_start = start;
-        const uint32_t arrives = rising ? obverse : reverse;
-        if (link.sequence != obverse && link.sequence != reverse) {
-            link.sequence = 0xFFFFFFFF;
-        } else {
-            link.sequence = arrives == link.sequence ? obverse : reverse;
-        }
-        first += link.width;
-    }
-    return {0, down};
-}
-
 class Maker {
 public:
     explicit Maker(unsigned seed) : random_(seed) {}
@@ -436,11 +362,12 @@ TEST(Convert, RandomListsAgreeWithTheModel) {
     for (int round = 0; round < 40000; ++round) {
         const Links up = maker.up();
         const Links down = maker.down_for(up);
-        const Outcome want = expected_of(up, down);
+        const Outcome want = model::expected_of(up, down);
         const Outcome got = convert(up, down);
         ASSERT_EQ(got.result, want.result) << "round " << round;
         for (size_t i = 0; i < down.size(); ++i) {
-            ASSERT_TRUE(same(got.down[i], want.down[i])) << "round " << round << " link " << i;
+            ASSERT_TRUE(model::same(got.down[i], want.down[i]))
+                << "round " << round << " link " << i;
             tagless += want.down[i].sequence == 0xFFFFFFFF;
         }
         ++seen[got.result];
