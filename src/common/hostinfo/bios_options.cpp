@@ -114,7 +114,7 @@ int32_t BIOSInfoHandleFlag2(const uint8_t *, const char **, void *a, void *b, ui
         return bf::board::bios_no_code;
     }
     for (const BiosRow &row : bios_table) {
-        if (std::strncmp(wanted, row.name, std::strlen(row.name)) != 0) {
+        if (std::strncmp(wanted, row.name, strnlen(row.name, sizeof(row.name))) != 0) {
             continue;
         }
         if (row.head_group == bf::board::bios_number_group &&
