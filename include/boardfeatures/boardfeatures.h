@@ -16,6 +16,7 @@
 #include "boardfeatures/pcieid_enum.h"
 #include "boardfeatures/power.h"
 #include "boardfeatures/process.h"
+#include "boardfeatures/soc.h"
 #include "boardfeatures/storage.h"
 
 #endif
