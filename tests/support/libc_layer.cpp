@@ -1,0 +1,460 @@
+#include "support/libc_layer.h"
+
+#include <dirent.h>
+#include <dlfcn.h>
+#include <fcntl.h>
+#include <semaphore.h>
+#include <sys/ipc.h>
+#include <sys/mman.h>
+#include <sys/sem.h>
+#include <sys/shm.h>
+#include <sys/stat.h>
+#include <time.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <cerrno>
+#include <cstdarg>
+#include <cstdio>
+#include <cstring>
+#include <fstream>
+#include <mutex>
+#include <sstream>
+#include <type_traits>
+
+namespace libc_layer {
+
+namespace {
+
+std::atomic<int> watches = 0;
+// What the layer itself does is not recorded.
+thread_local bool inside = false;
+
+std::recursive_mutex &guard() {
+    static std::recursive_mutex mutex;
+    return mutex;
+}
+
+// Ids by the keys they were looked up with, which says more than the numbers.
+std::map<int, int32_t> &semaphore_keys() {
+    static std::map<int, int32_t> keys;
+    return keys;
+}
+std::map<int, int32_t> &segment_keys() {
+    static std::map<int, int32_t> keys;
+    return keys;
+}
+std::map<const void *, std::string> &attached_keys() {
+    static std::map<const void *, std::string> keys;
+    return keys;
+}
+
+__attribute__((format(printf, 1, 2))) std::string text_of(const char *format, ...) {
+    char text[1024];
+    va_list values;
+    va_start(values, format);
+    std::vsnprintf(text, sizeof(text), format, values);
+    va_end(values);
+    return text;
+}
+
+std::string key_text(std::map<int, int32_t> &keys, int id) {
+    const std::lock_guard lock(guard());
+    const auto found = keys.find(id);
+    return found == keys.end() ? text_of("id %d", id) : text_of("%d", found->second);
+}
+
+// True for a call that is made by the platform or the C++ library, not by what is tested.
+bool is_foreign(const void *caller) {
+    Dl_info place = {};
+    if (dladdr(caller, &place) == 0 || place.dli_fname == nullptr) {
+        return false;
+    }
+    for (const char *library : {"libboardplatform", "libstdc++", "libgtest", "libc.so"}) {
+        if (std::strstr(place.dli_fname, library) != nullptr) {
+            return true;
+        }
+    }
+    return false;
+}
+
+// Records the call; an errno when the script wants it to fail.
+int record(const std::string &call) {
+    std::function<void(const std::string &)> before;
+    int error = 0;
+    {
+        const std::lock_guard lock(guard());
+        Layer &script = layer();
+        script.calls.push_back(call);
+        if (script.fail_call && *script.fail_call == script.calls.size()) {
+            error = script.failure;
+        } else if (script.fail_with) {
+            error = script.fail_with(call);
+        }
+        before = script.before;
+    }
+    if (before) {
+        before(call);
+    }
+    return error;
+}
+
+// Asks the script, then libc. The text is made only when someone watches.
+template <typename Text, typename Real>
+auto through(const void *caller, std::invoke_result_t<Real> failed, Text text, Real real) {
+    if (watches.load() == 0 || inside || is_foreign(caller)) {
+        return real();
+    }
+    const int before = errno;
+    inside = true;
+    const int error = record(text());
+    inside = false;
+    errno = before;
+    if (error != 0) {
+        errno = error;
+        return failed;
+    }
+    return real();
+}
+
+template <typename Function>
+Function libc(const char *name) {
+    return reinterpret_cast<Function>(dlsym(RTLD_NEXT, name));
+}
+
+const char *command_text(int command) {
+    switch (command) {
+        case IPC_RMID:
+            return "IPC_RMID";
+        case IPC_STAT:
+            return "IPC_STAT";
+        case SETVAL:
+            return "SETVAL";
+        case GETVAL:
+            return "GETVAL";
+        default:
+            return "?";
+    }
+}
+
+std::string operations_text(const sembuf *operations, size_t count) {
+    std::string text;
+    for (size_t i = 0; i < count; ++i) {
+        text += text_of(" %u:%d:0x%X", operations[i].sem_num, operations[i].sem_op,
+                        static_cast<unsigned>(operations[i].sem_flg));
+    }
+    return text;
+}
+
+std::string path_for(const char *path) {
+    if (watches.load() != 0) {
+        const std::lock_guard lock(guard());
+        const auto found = layer().redirected.find(path);
+        if (found != layer().redirected.end()) {
+            return found->second;
+        }
+    }
+    return path;
+}
+
+std::string text_or_null(const char *text) { return text == nullptr ? "(null)" : text; }
+
+}  // namespace
+
+Layer &layer() {
+    static Layer script;
+    return script;
+}
+
+std::vector<std::string> Layer::calls_of(const std::string &prefix) const {
+    std::vector<std::string> found;
+    for (const std::string &call : calls) {
+        if (call.starts_with(prefix)) {
+            found.push_back(call);
+        }
+    }
+    return found;
+}
+
+void Layer::clear() { *this = Layer(); }
+
+Watch::Watch() {
+    layer().calls.reserve(4096);
+    ++watches;
+}
+Watch::~Watch() { --watches; }
+
+size_t open_descriptors() {
+    size_t count = 0;
+    DIR *folder = opendir("/proc/self/fd");
+    while (folder != nullptr && readdir(folder) != nullptr) {
+        ++count;
+    }
+    if (folder != nullptr) {
+        closedir(folder);
+    }
+    return count - 3;  // ".", ".." and the folder itself
+}
+
+std::optional<size_t> attachments(int32_t key) {
+    std::ifstream table("/proc/sysvipc/shm");
+    std::string line;
+    std::getline(table, line);
+    while (std::getline(table, line)) {
+        std::istringstream fields(line);
+        long long row_key = 0, id = 0, size = 0, creator = 0, last = 0;
+        std::string permissions;
+        size_t attached = 0;
+        fields >> row_key >> id >> permissions >> size >> creator >> last >> attached;
+        if (row_key == key) {
+            return attached;
+        }
+    }
+    return std::nullopt;
+}
+
+}  // namespace libc_layer
+
+using namespace libc_layer;
+
+#define CALLER __builtin_return_address(0)
+#define LIBC(function) libc<decltype(&::function)>(#function)
+
+extern "C" {
+
+// ---- System V semaphores ----
+
+int semget(key_t key, int count, int flags) noexcept {
+    const int id = through(
+        CALLER, -1, [&] { return text_of("semget %d %d 0x%X", key, count, flags); },
+        [&] { return LIBC(semget)(key, count, flags); });
+    if (id != -1 && watches.load() != 0) {
+        const std::lock_guard lock(guard());
+        semaphore_keys()[id] = key;
+    }
+    return id;
+}
+
+int semop(int id, sembuf *operations, size_t count) noexcept {
+    return through(
+        CALLER, -1,
+        [&] {
+            return "semop " + key_text(semaphore_keys(), id) + operations_text(operations, count);
+        },
+        [&] { return LIBC(semop)(id, operations, count); });
+}
+
+int semtimedop(int id, sembuf *operations, size_t count, const timespec *timeout) noexcept {
+    return through(
+        CALLER, -1,
+        [&] {
+            return "semtimedop " + key_text(semaphore_keys(), id) +
+                   operations_text(operations, count) +
+                   text_of(" %lld.%09ld", static_cast<long long>(timeout->tv_sec),
+                           static_cast<long>(timeout->tv_nsec));
+        },
+        [&] { return LIBC(semtimedop)(id, operations, count, timeout); });
+}
+
+int semctl(int id, int number, int command, ...) noexcept {
+    union {
+        int value;
+        void *pointer;
+    } argument = {};
+    if (command == SETVAL || command == IPC_STAT || command == IPC_SET || command == GETALL ||
+        command == SETALL) {
+        va_list values;
+        va_start(values, command);
+        argument.pointer = va_arg(values, void *);
+        va_end(values);
+    }
+    return through(
+        CALLER, -1,
+        [&] {
+            std::string text = "semctl " + key_text(semaphore_keys(), id) +
+                               text_of(" %d %s", number, command_text(command));
+            return command == SETVAL ? text + text_of(" %d", argument.value) : text;
+        },
+        [&] { return LIBC(semctl)(id, number, command, argument.pointer); });
+}
+
+// ---- System V segments ----
+
+int shmget(key_t key, size_t size, int flags) noexcept {
+    const int id = through(
+        CALLER, -1, [&] { return text_of("shmget %d %zu 0x%X", key, size, flags); },
+        [&] { return LIBC(shmget)(key, size, flags); });
+    if (id != -1 && watches.load() != 0) {
+        const std::lock_guard lock(guard());
+        segment_keys()[id] = key;
+    }
+    return id;
+}
+
+void *shmat(int id, const void *address, int flags) noexcept {
+    void *attached = through(
+        CALLER, reinterpret_cast<void *>(-1),
+        [&] { return "shmat " + key_text(segment_keys(), id) + text_of(" 0x%X", flags); },
+        [&] { return LIBC(shmat)(id, address, flags); });
+    if (watches.load() != 0) {
+        const std::lock_guard lock(guard());
+        attached_keys()[attached] = key_text(segment_keys(), id);
+    }
+    return attached;
+}
+
+int shmdt(const void *address) noexcept {
+    return through(
+        CALLER, -1,
+        [&] {
+            const std::lock_guard lock(guard());
+            const auto found = attached_keys().find(address);
+            return "shmdt " + (found == attached_keys().end() ? "?" : found->second);
+        },
+        [&] { return LIBC(shmdt)(address); });
+}
+
+int shmctl(int id, int command, shmid_ds *status) noexcept {
+    return through(
+        CALLER, -1,
+        [&] { return "shmctl " + key_text(segment_keys(), id) + " " + command_text(command); },
+        [&] { return LIBC(shmctl)(id, command, status); });
+}
+
+// ---- POSIX semaphores ----
+
+sem_t *sem_open(const char *name, int flags, ...) noexcept {
+    mode_t mode = 0;
+    unsigned value = 0;
+    if ((flags & O_CREAT) != 0) {
+        va_list values;
+        va_start(values, flags);
+        mode = static_cast<mode_t>(va_arg(values, unsigned));
+        value = va_arg(values, unsigned);
+        va_end(values);
+    }
+    return through(
+        CALLER, SEM_FAILED,
+        [&] {
+            return text_of("sem_open %s 0x%X 0%o %u", name, flags, static_cast<unsigned>(mode),
+                           value);
+        },
+        [&] { return LIBC(sem_open)(name, flags, mode, value); });
+}
+
+#define SEM_CALL(function, nothrow)                             \
+    int function(sem_t *handle) nothrow {                       \
+        return through(                                         \
+            CALLER, -1, [&] { return std::string(#function); }, \
+            [&] { return LIBC(function)(handle); });            \
+    }
+SEM_CALL(sem_close, noexcept)
+SEM_CALL(sem_post, noexcept)
+SEM_CALL(sem_trywait, noexcept)
+SEM_CALL(sem_wait, )
+
+int sem_timedwait(sem_t *handle, const timespec *deadline) {
+    return through(
+        CALLER, -1,
+        [&] {
+            return text_of("sem_timedwait %lld.%09ld", static_cast<long long>(deadline->tv_sec),
+                           static_cast<long>(deadline->tv_nsec));
+        },
+        [&] { return LIBC(sem_timedwait)(handle, deadline); });
+}
+
+int sem_unlink(const char *name) noexcept {
+    return through(
+        CALLER, -1, [&] { return text_of("sem_unlink %s", name); },
+        [&] { return LIBC(sem_unlink)(name); });
+}
+
+// ---- time ----
+
+int clock_gettime(clockid_t clock, timespec *now) noexcept {
+    return through(
+        CALLER, -1, [&] { return text_of("clock_gettime %d", static_cast<int>(clock)); },
+        [&] { return LIBC(clock_gettime)(clock, now); });
+}
+
+// ---- files ----
+
+int open(const char *path, int flags, ...) {
+    mode_t mode = 0;
+    if ((flags & (O_CREAT | __O_TMPFILE)) != 0) {
+        va_list values;
+        va_start(values, flags);
+        mode = static_cast<mode_t>(va_arg(values, unsigned));
+        va_end(values);
+    }
+    return through(
+        CALLER, -1,
+        [&] {
+            return text_of("open %s 0x%X 0%o", path, static_cast<unsigned>(flags),
+                           static_cast<unsigned>(mode));
+        },
+        [&] { return LIBC(open)(path_for(path).c_str(), flags, mode); });
+}
+
+// A close that fails has given its file back all the same.
+int close(int descriptor) {
+    return through(
+        CALLER, -1, [&] { return std::string("close"); }, [&] { return LIBC(close)(descriptor); });
+}
+
+void *mmap(void *address, size_t length, int protection, int flags, int descriptor,
+           off_t offset) noexcept {
+    return through(
+        CALLER, MAP_FAILED,
+        [&] {
+            return text_of("mmap %zu 0x%X 0x%X 0x%llX", length, protection, flags,
+                           static_cast<unsigned long long>(offset));
+        },
+        [&] { return LIBC(mmap)(address, length, protection, flags, descriptor, offset); });
+}
+
+int munmap(void *address, size_t length) noexcept {
+    return through(
+        CALLER, -1, [&] { return text_of("munmap %zu", length); },
+        [&] { return LIBC(munmap)(address, length); });
+}
+
+FILE *fopen(const char *path, const char *mode) {
+    return through(
+        CALLER, static_cast<FILE *>(nullptr), [&] { return text_of("fopen %s %s", path, mode); },
+        [&] { return LIBC(fopen)(path_for(path).c_str(), mode); });
+}
+
+int fclose(FILE *file) {
+    const int failed = through(
+        CALLER, EOF, [] { return std::string("fclose"); }, [] { return 0; });
+    const int error = errno;
+    const int closed = LIBC(fclose)(file);
+    if (failed != 0) {
+        errno = error;
+    }
+    return failed != 0 ? failed : closed;
+}
+
+int access(const char *path, int mode) noexcept {
+    return through(
+        CALLER, -1, [&] { return text_of("access %s %d", text_or_null(path).c_str(), mode); },
+        [&] { return LIBC(access)(path, mode); });
+}
+
+int unlink(const char *path) noexcept {
+    return through(
+        CALLER, -1, [&] { return text_of("unlink %s", path); }, [&] { return LIBC(unlink)(path); });
+}
+
+// It cannot fail.
+void sync() noexcept {
+    through(
+        CALLER, 0, [] { return std::string("sync"); },
+        [] {
+            LIBC(sync)();
+            return 0;
+        });
+}
+
+}  // extern "C"
