@@ -18,6 +18,8 @@ enum {
     CARD_BY_EXPANDER_PIN = 1, /* the expander's input pin is low */
     CARD_BY_IDENTIFIER = 2    /* the card's board identifier can be read */
 };
+/* The EPLD register of the rows that name none. */
+enum { CARD_DEFAULT_REGISTER = 0x208 };
 
 /* A row of the card-presence table. 40 bytes. */
 typedef struct CardPresence {
@@ -25,7 +27,7 @@ typedef struct CardPresence {
     uint8_t method;         /* CARD_BY_... */
     uint8_t epld_bit;       /* CARD_BY_EPLD_BIT: 0..15 */
     uint8_t pin;            /* CARD_BY_EXPANDER_PIN: 0..15 */
-    uint16_t epld_register; /* 0: the default register, 0x208 */
+    uint16_t epld_register; /* 0: CARD_DEFAULT_REGISTER */
     uint8_t reserved[2];
     I2cChipRoute route; /* the expander or the identifier's chip; its name names the card */
 } CardPresence;

@@ -11,7 +11,7 @@ constexpr uint32_t soft_detected_kind = 4;
 
 int32_t epld_bit(const CardPresence &card) {
     const uint32_t reg =
-        card.epld_register != 0 ? card.epld_register : bf::board::default_presence_register;
+        card.epld_register != 0 ? card.epld_register : uint32_t{CARD_DEFAULT_REGISTER};
     uint16_t value = 0;
     if (epldio_read(reg, &value) != 0) {
         return 0;

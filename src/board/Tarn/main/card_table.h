@@ -17,8 +17,6 @@ constexpr CardPresence by_identifier(uint8_t key, I2cChipRoute chip) {
     return {key, CARD_BY_IDENTIFIER, 0, 0, 0, {}, chip};
 }
 
-inline constexpr uint32_t default_presence_register = 0x208;
-
 // In the order of the search.
 inline constexpr CardPresence card_table[] = {
     by_epld(1, 3, {0, 0, 0, 0, 0, "sas"}),

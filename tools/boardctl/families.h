@@ -1,0 +1,20 @@
+// The families of commands, in the order of the help and of the report.
+#pragma once
+
+#include "command.h"
+
+#define BOARDCTL_FAMILIES(FAMILY) \
+    FAMILY(identity)              \
+    FAMILY(cards)                 \
+    FAMILY(cpus)                  \
+    FAMILY(leds)                  \
+    FAMILY(netcards)              \
+    FAMILY(raidcards)
+
+namespace boardctl {
+
+#define BOARDCTL_DECLARE(family) void add_##family(Cli &cli);
+BOARDCTL_FAMILIES(BOARDCTL_DECLARE)
+#undef BOARDCTL_DECLARE
+
+}  // namespace boardctl

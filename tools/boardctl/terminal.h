@@ -1,0 +1,46 @@
+// What depends on whether a person sits in front of the program.
+#pragma once
+
+#include <atomic>
+#include <condition_variable>
+#include <mutex>
+#include <string>
+#include <thread>
+
+namespace boardctl {
+
+// Whether standard output is a terminal that shows colours and the user has not asked for none.
+bool wants_colour();
+
+// A line on standard error that tells what takes so long. It appears when standard error is a
+// terminal and the operation has lasted for a second, and goes when the object does.
+class Progress {
+public:
+    explicit Progress(std::string what);
+    ~Progress();
+    Progress(const Progress &) = delete;
+    Progress &operator=(const Progress &) = delete;
+
+    // How far it has come; without this the line shows the seconds only.
+    void set(unsigned done, unsigned total) {
+        total_ = total;
+        done_ = done;
+    }
+
+private:
+    void tick();
+
+    std::string what_;
+    std::atomic<unsigned> done_ = 0;
+    std::atomic<unsigned> total_ = 0;
+    std::mutex mutex_;
+    std::condition_variable ended_;
+    bool over_ = false;
+    std::thread ticker_;
+};
+
+enum class Consent { given, refused, nobody_there };
+// Asks the person at the terminal; the answer is read from standard input.
+Consent ask_consent(const std::string &question);
+
+}  // namespace boardctl
