@@ -207,14 +207,14 @@ int32_t route(const Backplane &model, uint32_t slot, void *route) {
         return -1;
     }
     const NvmeRoute *found = nullptr;
-    for (uint32_t i = 0; i < model.rear_route_count; ++i) {
-        if (model.rear_routes[i].slot == slot) {
-            found = &model.rear_routes[i].route;
+    for (const RearNvmeRoute &row : rear_routes_of(model)) {
+        if (row.slot == slot) {
+            found = &row.route;
         }
     }
     for (uint32_t i = 0; i < model.routed_bay_count; ++i) {
         if (model.routed_bays[i] + 1u == slot - run->base) {
-            found = &model.routes[run->route_base + i];
+            found = &routes_of(model)[run->route_base + i];
         }
     }
     if (found == nullptr) {

@@ -7,6 +7,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <span>
 
 #include "boardfeatures/storage.h"
 
@@ -59,13 +60,15 @@ struct Backplane {
     TypeRule type_rule;
     TypeTrace type_trace = TypeTrace::none;
     ListTrace list_trace = ListTrace::none;
-    // The tables are exported data of their own, so the rows stand there.
-    const RearNvmeRoute *rear_routes = nullptr;  // found by slot
-    uint8_t rear_route_count = 0;
-    const NvmeRoute *routes = nullptr;  // a row for each of the bays below, in that order
     uint8_t routed_bay_count = 0;
     uint8_t routed_bays[12] = {};  // indexes from 0
 };
+
+// The board's exported route tables of a model; empty where it has none. They are found by code: a
+// pointer in the rows above would have to be relocated in each process.
+std::span<const RearNvmeRoute> rear_routes_of(const Backplane &model);  // found by slot
+// A row for each routed bay, in that order.
+std::span<const NvmeRoute> routes_of(const Backplane &model);
 
 // The model behind a board id, null when it has no driver.
 const Backplane *backplane_of(uint32_t board_id);

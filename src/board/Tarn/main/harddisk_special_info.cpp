@@ -175,3 +175,41 @@ int32_t HDD_SensorStatusSupport() { return 0; }
 int32_t getBPRCPresentInfo() { return -1; }
 
 }  // extern "C"
+
+namespace bf::harddisk {
+
+using board::model;
+
+std::span<const RearNvmeRoute> rear_routes_of(const Backplane &backplane) {
+    switch (backplane.board_id) {
+        case model("bpra").board_id:
+            return _bpra_hdd_nvme_i2c_table;
+        case model("bprb").board_id:
+            return _bprb_hdd_nvme_i2c_table;
+        default:
+            return {};
+    }
+}
+
+std::span<const NvmeRoute> routes_of(const Backplane &backplane) {
+    switch (backplane.board_id) {
+        case model("bpfa").board_id:
+            return _bpfa_hdd_nvme_i2c_table;
+        case model("bpfb").board_id:
+            return _bpfb_hdd_nvme_i2c_table;
+        case model("bpfc").board_id:
+            return _bpfc_hdd_nvme_i2c_table;
+        case model("bpfd").board_id:
+            return _bpfd_hdd_nvme_i2c_table;
+        case model("bpfe").board_id:
+            return _bpfe_hdd_nvme_i2c_table;
+        case model("bpff").board_id:
+            return _bpff_hdd_nvme_i2c_table;
+        case model("bpfg").board_id:
+            return _bpfg_hdd_nvme_i2c_table;
+        default:
+            return {};
+    }
+}
+
+}  // namespace bf::harddisk
