@@ -168,7 +168,7 @@ void retimer_to_slimline(const pcieslot_item &slot, const retimer_item &retimer,
 struct ItemKind {
     uint32_t slot_type;
     uint32_t item_type;
-    const char *name;
+    char name[8];
 };
 
 constexpr ItemKind item_kinds[] = {
