@@ -14,6 +14,7 @@
 #include "boardfeatures/net.h"
 #include "boardfeatures/pcieid.h"
 #include "boardfeatures/pcieid_enum.h"
+#include "boardfeatures/pcieid_settings.h"
 #include "boardfeatures/power.h"
 #include "boardfeatures/process.h"
 #include "boardfeatures/soc.h"

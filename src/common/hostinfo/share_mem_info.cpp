@@ -1,13 +1,13 @@
 // The video memory strap, what follows from it, and the VGA switch that this board does not have.
 #include <fcntl.h>
 #include <sys/mman.h>
-#include <unistd.h>
 
 #include <atomic>
 #include <optional>
 
 #include "base/log.h"
 #include "base/lookup.h"
+#include "base/stream.h"
 #include "boardfeatures/soc.h"
 #include "main/video_memory_table.h"
 
@@ -30,30 +30,12 @@ constexpr int32_t vga_not_switched = 128;
 constexpr uint32_t not_read = ~0u;
 std::atomic<uint32_t> known_selection = not_read;
 
-// Physical memory, open for as long as a mapping of it is made.
-class PhysicalMemory {
-public:
-    PhysicalMemory() : descriptor_(open(physical_memory, O_RDWR | O_CLOEXEC)) {}
-    ~PhysicalMemory() {
-        if (descriptor_ >= 0) {
-            close(descriptor_);
-        }
-    }
-    PhysicalMemory(const PhysicalMemory &) = delete;
-    PhysicalMemory &operator=(const PhysicalMemory &) = delete;
-
-    int descriptor() const { return descriptor_; }
-
-private:
-    int descriptor_;
-};
-
 std::optional<uint32_t> read_strap() {
-    const PhysicalMemory memory;
-    if (memory.descriptor() < 0) {
+    const bf::Descriptor memory(open(physical_memory, O_RDWR | O_CLOEXEC));
+    if (!memory) {
         return std::nullopt;
     }
-    void *page = mmap(nullptr, page_size, PROT_READ | PROT_WRITE, MAP_SHARED, memory.descriptor(),
+    void *page = mmap(nullptr, page_size, PROT_READ | PROT_WRITE, MAP_SHARED, memory.get(),
                       control_unit_page);
     if (page == MAP_FAILED) {
         return std::nullopt;
