@@ -2,7 +2,7 @@
 // back, the result is the stated one and the next run is as good as the first.
 #include <algorithm>
 
-#include "flash_support.h"
+#include "support/flash_support.h"
 
 using scripted::platform;
 

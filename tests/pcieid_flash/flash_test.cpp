@@ -1,7 +1,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "flash_support.h"
+#include "support/flash_support.h"
 
 using scripted::platform;
 using testing::Contains;

@@ -123,13 +123,11 @@ int32_t pciecfg_sort(const pciecfg_list *in, pciecfg_list *out) {
     };
     Place places[PCIECFG_MAX_ITEMS];
     for (uint32_t i = 0; i < count; ++i) {
-        const Place place = {sort_key(work.items[i]), i};
-        uint32_t at = i;
-        for (; at > 0 && places[at - 1].key > place.key; --at) {
-            places[at] = places[at - 1];
-        }
-        places[at] = place;
+        places[i] = {sort_key(work.items[i]), i};
     }
+    std::sort(places, places + count, [](const Place &a, const Place &b) {
+        return a.key != b.key ? a.key < b.key : a.index < b.index;
+    });
     std::memcpy(out, &work, sizeof(work));
     for (uint32_t i = 0; i < count; ++i) {
         std::memcpy(&out->items[i], &work.items[places[i].index], sizeof(pciecfg_item));

@@ -2,7 +2,7 @@
 #include <atomic>
 #include <thread>
 
-#include "flash_support.h"
+#include "support/flash_support.h"
 
 using scripted::platform;
 

@@ -1,0 +1,68 @@
+// Runs one operation a given number of times and nothing else, so that the difference of two runs
+// under callgrind is what the operation costs in instructions: scripts/instructions.
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+#include "boardfeatures/pcieid.h"
+#include "support/pciecfg_model.h"
+
+namespace {
+
+struct Work {
+    pciecfg_list list;
+    pciecfg_list sorted;
+    pciecfg_image image;
+    pciecap_list up;
+    pciecap_list wanted;
+};
+
+Work work;
+volatile uint32_t sink;
+
+struct Operation {
+    const char *name;
+    const char *what;
+    void (*run)();
+};
+
+const Operation operations[] = {
+    {"crc", "my_crc16 of 2 KiB", [] { sink = my_crc16(work.image.items[0], 2048); }},
+    {"encode", "encoding of 128 items",
+     [] { sink = static_cast<uint32_t>(pciecfg_encode(&work.list, &work.image)); }},
+    {"sort", "sorting of 128 items in random order",
+     [] { sink = static_cast<uint32_t>(pciecfg_sort(&work.list, &work.sorted)); }},
+    {"lanes", "conversion of a x16 link into four x4 links",
+     [] {
+         pciecap_list down = work.wanted;
+         sink = static_cast<uint32_t>(pciecap_convert(&work.up, &down));
+     }},
+};
+
+}  // namespace
+
+int main(int count, char **arguments) {
+    if (count != 3) {
+        for (const Operation &operation : operations) {
+            std::printf("%s %s\n", operation.name, operation.what);
+        }
+        return count == 1 ? 0 : 2;
+    }
+    model::Random random(1);
+    work.list = model::random_list(random, 128);
+    pciecfg_encode(&work.list, &work.image);
+    work.up = {1, {{0, 16, 16, PCIECAP_OBVERSE}}};
+    work.wanted.count = 4;
+    for (uint32_t i = 0; i < work.wanted.count; ++i) {
+        work.wanted.links[i] = {0, 0, 4, PCIECAP_OBVERSE};
+    }
+    for (const Operation &operation : operations) {
+        if (std::strcmp(operation.name, arguments[1]) == 0) {
+            for (long i = std::strtol(arguments[2], nullptr, 10); i > 0; --i) {
+                operation.run();
+            }
+            return 0;
+        }
+    }
+    return 2;
+}
