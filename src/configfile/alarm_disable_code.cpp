@@ -25,18 +25,13 @@ constexpr int32_t disabled_once = 1;
 constexpr std::size_t code_digits = 5;
 constexpr std::size_t text_size = 1024;
 
-void report_lock() {
-    IDBG_LINUXAPP_DbgOut(bf::level_debug, "[%s:%d]sem lock failed, line=%d\n", log_source, __LINE__,
-                         __LINE__);
-}
-
 // The segment's semaphore; given back when this ends.
 class SegmentLock {
 public:
     SegmentLock() : lock_(segment_key, segment_wait_ms, bf::KeyLock::Semaphore::existing) {}
     ~SegmentLock() {
         if (lock_.release() != OAL_OK) {
-            report_lock();
+            report_lock_failure(__LINE__);
         }
     }
     SegmentLock(const SegmentLock &) = delete;
@@ -45,7 +40,7 @@ public:
     // Without the lock the segment is not touched.
     bool held() const {
         if (!lock_) {
-            report_lock();
+            report_lock_failure(__LINE__);
         }
         return static_cast<bool>(lock_);
     }

@@ -115,8 +115,9 @@ int32_t IPMI_LoadCustomPchDiskConfig(PchDiskRecord *record, uint32_t which) {
     const SettingsFile file(file_of(custom_pchdisk_file));
     if (!file) {
         if (file.locked()) {
+            const int line = __LINE__;
             IDBG_LINUXAPP_DbgOut(bf::level_debug, "[%s:%d]%s create failed, line=%d\n", log_source,
-                                 __LINE__, file.path(), __LINE__);
+                                 line, file.path(), line);
         }
         return -1;
     }
@@ -150,10 +151,11 @@ int32_t IPMI_SaveCustomPchDiskConfig(const PchDiskRecord *record, uint32_t which
     const SettingsFile file(file_of(custom_pchdisk_file));
     if (!file) {
         if (file.locked()) {
+            const int line = __LINE__;
             IDBG_LINUXAPP_DbgOut(
                 bf::level_debug,
                 "[%s:%d]/conf/ext/custom_pchdisk_config.ini create failed, line=%d\n", log_source,
-                __LINE__, __LINE__);
+                line, line);
         }
         return -1;
     }

@@ -95,6 +95,10 @@ Names::Names(const Setting &row, const Place &place) {
     section_ = place.section != nullptr ? place.section : formatted_section_;
 }
 
+void report_lock_failure(int line) {
+    IDBG_LINUXAPP_DbgOut(level_debug, "[%s:%d]sem lock failed, line=%d\n", log_source, line, line);
+}
+
 FileLock::FileLock(uint16_t key) {
     if (key == 0) {
         return;
@@ -102,18 +106,17 @@ FileLock::FileLock(uint16_t key) {
     lock_.emplace(key, lock_wait_ms, KeyLock::Semaphore::create);
     held_ = static_cast<bool>(*lock_);
     if (lock_->failed_step() == KeyLock::Step::create) {
-        IDBG_LINUXAPP_DbgOut(level_debug, "[%s:%d]sem create failed, line=%d\n", log_source,
-                             __LINE__, __LINE__);
+        const int line = __LINE__;
+        IDBG_LINUXAPP_DbgOut(level_debug, "[%s:%d]sem create failed, line=%d\n", log_source, line,
+                             line);
     } else if (!held_) {
-        IDBG_LINUXAPP_DbgOut(level_debug, "[%s:%d]sem lock failed, line=%d\n", log_source, __LINE__,
-                             __LINE__);
+        report_lock_failure(__LINE__);
     }
 }
 
 FileLock::~FileLock() {
     if (lock_ && lock_->release() != OAL_OK) {
-        IDBG_LINUXAPP_DbgOut(level_debug, "[%s:%d]sem lock failed, line=%d\n", log_source, __LINE__,
-                             __LINE__);
+        report_lock_failure(__LINE__);
     }
 }
 

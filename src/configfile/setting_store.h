@@ -48,6 +48,9 @@ private:
     const char *section_;
 };
 
+// The message of a lock that cannot be taken, and of one that cannot be given back.
+void report_lock_failure(int line);
+
 // The lock between processes, given back when this ends. Key 0 stands for no lock at all.
 class FileLock {
 public:
