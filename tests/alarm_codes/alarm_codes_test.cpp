@@ -8,10 +8,12 @@
 
 #include "boardfeatures/config.h"
 #include "support/config_files.h"
+#include "support/libc_layer.h"
 
 namespace files = config_files;
 using files::debug;
 using files::Line;
+using libc_layer::layer;
 using scripted::platform;
 using testing::ElementsAre;
 using testing::IsEmpty;
@@ -129,6 +131,30 @@ TEST_F(AlarmCodes, TheSegmentIs256BytesWithASemaphore) {
     EXPECT_NE(g_AlarmDisbleCodeInfoAddr, nullptr);
     EXPECT_THAT(platform().messages, IsEmpty());
     EXPECT_THAT(platform().calls, IsEmpty());
+}
+
+TEST_F(AlarmCodes, TheSegmentIsReadUnderItsLock) {
+    EXPECT_EQ(VEL_CreateAlarmDisableCodeInfoShmAddr(), 0);
+    AlarmDisableCodeInfo info = {};
+    {
+        const libc_layer::Watch watch;
+        EXPECT_EQ(GetAlarmDisableCodeInfo(&info), 0);
+    }
+    EXPECT_THAT(layer().calls,
+                ElementsAre("semget 4138 0 0x0", "semtimedop 4138 0:-1:0x1000 0.500000000",
+                            "semget 4138 0 0x0", "semtimedop 4138 0:1:0x1000 0.500000000"));
+    ASSERT_EQ(OAL_PutMemResourceAddr(key, g_AlarmDisbleCodeInfoAddr), OAL_OK);
+    g_AlarmDisbleCodeInfoAddr = nullptr;
+    layer().clear();
+    {
+        const libc_layer::Watch watch;
+        EXPECT_EQ(GetAlarmDisableCodeInfo(&info), 0);
+    }
+    ASSERT_GE(layer().calls.size(), 5u);
+    EXPECT_THAT(layer().calls[1], testing::StartsWith("semtimedop 4138 0:-1"));
+    EXPECT_THAT(layer().calls_of("shmat"), ElementsAre("shmat 4138 0x0"))
+        << "mapped under the lock";
+    EXPECT_THAT(layer().calls.back(), testing::StartsWith("semtimedop 4138 0:1"));
 }
 
 TEST_F(AlarmCodes, CreatingAgainEmptiesItAndAttachesOnce) {
@@ -631,7 +657,53 @@ TEST_F(AlarmCodes, AnUnwritableFolderFailsTheReloadAtLast) {
     EXPECT_EQ(told.back(), debug(" IniLoadFile failed!"));
 }
 
-TEST_F(AlarmCodes, ASegmentThatCannotBeCreatedEndsTheStart) {
+TEST_F(AlarmCodes, ASegmentThatCannotBeCreatedIsTold) {
+    layer().fail_with = [](const std::string &call) {
+        return call.starts_with("shmget 4138 256") ? ENOSPC : 0;
+    };
+    const libc_layer::Watch watch;
+    EXPECT_EQ(loadAlarmReportDisable(), -1);
+    EXPECT_THAT(files::lines(),
+                ElementsAre(debug("Create alarm disable code shm failed.\n"),
+                            debug("VEL_CreateAlarmDisableCodeInfoShmAddr failed!\n")));
+    EXPECT_THAT(platform().calls, IsEmpty());
+}
+
+TEST_F(AlarmCodes, NothingIsLeftBehindWhenAnySystemCallFails) {
+    for (size_t n = 1;; ++n) {
+        bool done = false;
+        const pid_t child = files::start_process([&] {
+            platform().clear_record();
+            layer().fail_call = n;
+            int result = 0;
+            {
+                const libc_layer::Watch watch;
+                result = loadAlarmReportDisable();
+            }
+            EXPECT_THAT(result, testing::AnyOf(0, -1));
+            EXPECT_EQ(files::open_handles(), 0);
+            EXPECT_LE(files::attachments(key), g_AlarmDisbleCodeInfoAddr != nullptr ? 1 : 0);
+            if (layer().calls.size() < n) {
+                _exit(3);  // no such call any more
+            }
+        });
+        int status = 0;
+        ASSERT_EQ(waitpid(child, &status, 0), child);
+        done = WIFEXITED(status) && WEXITSTATUS(status) == 3;
+        EXPECT_TRUE(done || status == 0) << "call " << n;
+        EXPECT_LE(files::attachments(key), 0) << "call " << n;
+        EXPECT_NE(files::semaphore_value(key), 2) << "call " << n;
+        OAL_DestoryMemResource(key);
+        OAL_SemRelease(key);
+        std::filesystem::remove(path);
+        if (done) {
+            EXPECT_GT(n, 10u);
+            break;
+        }
+    }
+}
+
+TEST_F(AlarmCodes, ASegmentThatCannotBeMappedEndsTheStart) {
     // A segment of the key that may not be attached for writing.
     ASSERT_GE(shmget(key, 256, IPC_CREAT | 0400), 0);
     files::in_other_process([] {

@@ -1,6 +1,5 @@
 // Every function: its platform calls in order, under which lock; each of them failing; a file that
 // cannot be loaded; a lock that cannot be had.
-#include <dlfcn.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -10,9 +9,11 @@
 
 #include "boardfeatures/config.h"
 #include "support/config_files.h"
+#include "support/libc_layer.h"
 
 namespace files = config_files;
 using files::Line;
+using libc_layer::layer;
 using scripted::platform;
 using testing::ElementsAre;
 using testing::ElementsAreArray;
@@ -73,8 +74,6 @@ uint8_t byte_c;
 uint8_t bytes[8];
 char text[64];
 constexpr uint8_t defaults[6] = {1, 2, 3, 4, 5, 6};
-
-bool creating_fails = false;
 
 void reset_outputs() {
     word_a = 0xA5A5A5A5;
@@ -316,16 +315,6 @@ std::vector<Function> locked_functions() {
 
 }  // namespace
 
-// The library makes its semaphores through this.
-extern "C" int semget(key_t key, int count, int flags) noexcept {
-    static const auto next = reinterpret_cast<int (*)(key_t, int, int)>(dlsym(RTLD_NEXT, "semget"));
-    if (creating_fails && (flags & IPC_CREAT) != 0) {
-        errno = ENOSPC;
-        return -1;
-    }
-    return next(key, count, flags);
-}
-
 TEST_P(EachFunction, CallsThePlatformInOrderUnderItsLock) {
     const Function &f = GetParam();
     std::vector<int> lock_values;
@@ -392,12 +381,28 @@ TEST_P(EachFunction, LeavesNothingBehindWhenAnyCallFails) {
 
 TEST_P(EachLockedFunction, FailsWhenItsLockCannotBeCreated) {
     const Function &f = GetParam();
-    creating_fails = true;
+    layer().fail_with = [](const std::string &call) {
+        return call.starts_with("semget") && call.ends_with("1 0x7B6") ? ENOSPC : 0;
+    };
+    const libc_layer::Watch watch;
     EXPECT_EQ(f.run(), -1);
     EXPECT_THAT(platform().calls, IsEmpty()) << "the file is not touched";
     EXPECT_THAT(files::lines(), ElementsAre(files::debug("sem create failed, line=L\n")));
     EXPECT_TRUE(outputs_are_untouched());
     EXPECT_EQ(files::semaphore_value(f.lock), -1);
+}
+
+TEST_P(EachLockedFunction, WaitsTwoSecondsAndLetsTheKernelUndo) {
+    const std::string key = std::to_string(GetParam().lock);
+    {
+        const libc_layer::Watch watch;
+        EXPECT_EQ(GetParam().run(), 0);
+    }
+    EXPECT_THAT(layer().calls_of("semget " + key + " 1"),
+                ElementsAre("semget " + key + " 1 0x7B6"));
+    EXPECT_THAT(layer().calls_of("semtimedop"),
+                ElementsAre("semtimedop " + key + " 0:-1:0x1000 2.000000000",
+                            "semtimedop " + key + " 0:1:0x1000 2.000000000"));
 }
 
 TEST_P(EachLockedFunction, FailsWhenItsLockIsRemovedMeanwhile) {
@@ -410,6 +415,57 @@ TEST_P(EachLockedFunction, FailsWhenItsLockIsRemovedMeanwhile) {
     };
     EXPECT_EQ(f.run(), 0) << "a failed release is told and otherwise ignored";
     EXPECT_THAT(files::lines(), ElementsAre(files::debug("sem lock failed, line=L\n")));
+}
+
+TEST_P(EachFunction, LeavesNothingBehindWhenAnySystemCallFails) {
+    const Function &f = GetParam();
+    if (f.lock != 0) {
+        OAL_SemCreate(f.lock);
+    }
+    const size_t before = files::open_descriptors();
+    for (size_t n = 1;; ++n) {
+        fill_files();
+        reset_outputs();
+        platform().clear_record();
+        layer().clear();
+        layer().fail_call = n;
+        int result = 0;
+        {
+            const libc_layer::Watch watch;
+            result = f.run();
+        }
+        if (layer().calls.size() < n) {
+            break;
+        }
+        const std::string failed = layer().calls[n - 1];
+        SCOPED_TRACE(failed + ", call " + std::to_string(n));
+        EXPECT_EQ(files::open_handles(), 0);
+        EXPECT_EQ(files::open_descriptors(), before);
+        if (!failed.starts_with("sem")) {
+            EXPECT_EQ(result, 0) << "opening and looking at a file is not its load";
+            continue;
+        }
+        // Which semaphore call it is: two look-ups for the creation, look-up and lock, look-up and
+        // unlock, then perhaps another semaphore's.
+        const size_t before_it = layer().calls.size() - layer().calls_of("sem").size();
+        const size_t place = n > before_it ? n - before_it : n;
+        if (place <= 4) {
+            EXPECT_EQ(result, -1);
+            EXPECT_THAT(platform().calls, IsEmpty());
+            EXPECT_THAT(files::lines(),
+                        ElementsAre(files::debug(place <= 2 ? "sem create failed, line=L\n"
+                                                            : "sem lock failed, line=L\n")));
+            EXPECT_TRUE(outputs_are_untouched());
+            EXPECT_EQ(files::semaphore_value(f.lock), 1);
+        } else if (place <= 6) {
+            EXPECT_EQ(result, 0);
+            EXPECT_THAT(files::lines(), ElementsAre(files::debug("sem lock failed, line=L\n")));
+            EXPECT_EQ(files::semaphore_value(f.lock), 0) << "nothing could give it back";
+            EXPECT_EQ(OAL_SemUnLockByKey(f.lock, 0), OAL_OK);
+        } else {
+            EXPECT_EQ(result, 0);
+        }
+    }
 }
 
 INSTANTIATE_TEST_SUITE_P(Config, EachFunction, testing::ValuesIn(all_functions()),

@@ -1,5 +1,4 @@
 // Available memory and its thresholds.
-#include <dlfcn.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -7,9 +6,11 @@
 
 #include "boardfeatures/config.h"
 #include "support/config_files.h"
+#include "support/libc_layer.h"
 
 namespace files = config_files;
 using files::Line;
+using libc_layer::layer;
 using scripted::platform;
 using testing::ElementsAre;
 using testing::IsEmpty;
@@ -19,28 +20,18 @@ namespace {
 constexpr char monitor[] = "/conf/vel/monitor_cfg.ini";
 constexpr char meminfo[] = "/conf/meminfo";
 
-bool redirected = false;
-bool close_fails = false;
-
 // What /proc/meminfo says.
 void kernel_says(const std::string &text) {
     files::write(meminfo, text);
-    redirected = true;
+    layer().redirected["/proc/meminfo"] = meminfo;
+}
+
+int32_t available_mem() {
+    const libc_layer::Watch watch;
+    return IPMI_GetAvailableMem();
 }
 
 }  // namespace
-
-// The library opens /proc/meminfo and closes it through these.
-extern "C" FILE *fopen(const char *path, const char *mode) {
-    static const auto next =
-        reinterpret_cast<FILE *(*)(const char *, const char *)>(dlsym(RTLD_NEXT, "fopen"));
-    return next(redirected && std::string_view(path) == "/proc/meminfo" ? meminfo : path, mode);
-}
-extern "C" int fclose(FILE *file) {
-    static const auto next = reinterpret_cast<int (*)(FILE *)>(dlsym(RTLD_NEXT, "fclose"));
-    const int result = next(file);
-    return close_fails ? EOF : result;
-}
 
 TEST(AvailableMem, IsWhatThisKernelSays) {
     const int32_t available = IPMI_GetAvailableMem();
@@ -53,64 +44,63 @@ TEST(AvailableMem, IsTheFirstLineWithTheLabelInMebibytes) {
     kernel_says(
         "MemTotal:         506468 kB\nMemFree:  1 kB\nMemAvailable:     104447 kB\n"
         "MemAvailable: 1 kB\n");
-    EXPECT_EQ(IPMI_GetAvailableMem(), 101) << "truncated";
+    EXPECT_EQ(available_mem(), 101) << "truncated";
     kernel_says("MemAvailable:1024");
-    EXPECT_EQ(IPMI_GetAvailableMem(), 1);
+    EXPECT_EQ(available_mem(), 1);
     kernel_says("xMemAvailable:\t2047kB\n");
-    EXPECT_EQ(IPMI_GetAvailableMem(), 1);
+    EXPECT_EQ(available_mem(), 1);
     kernel_says("MemAvailable: 0 kB\n");
-    EXPECT_EQ(IPMI_GetAvailableMem(), 0);
+    EXPECT_EQ(available_mem(), 0);
     EXPECT_THAT(platform().messages, IsEmpty());
 }
 
 TEST(AvailableMem, LinesMayBeLong) {
     kernel_says(std::string(3000, 'x') + "\nMemAvailable: 2048 kB\n");
-    EXPECT_EQ(IPMI_GetAvailableMem(), 2);
+    EXPECT_EQ(available_mem(), 2);
 }
 
 TEST(AvailableMem, WithoutTheLineThereIsNoAnswer) {
     for (const char *text : {"", "MemTotal: 5 kB\n", "MemAvailable 5 kB\n", "memavailable: 5\n"}) {
         kernel_says(text);
-        EXPECT_EQ(IPMI_GetAvailableMem(), -1) << text;
+        EXPECT_EQ(available_mem(), -1) << text;
     }
     EXPECT_THAT(platform().messages, IsEmpty());
 }
 
 TEST(AvailableMem, AFileThatCannotBeOpenedIsToldWithItsReason) {
-    redirected = true;
-    EXPECT_EQ(IPMI_GetAvailableMem(), -1);
+    layer().fail_with = [](const std::string &) { return EACCES; };
+    EXPECT_EQ(available_mem(), -1);
+    EXPECT_THAT(layer().calls, ElementsAre("fopen /proc/meminfo r"));
     EXPECT_THAT(files::lines(), ElementsAre(Line{"audit", 176,
                                                  "fopen /proc/meminfo failed! [" +
-                                                     std::to_string(ENOENT) + "]\n"}));
+                                                     std::to_string(EACCES) + "]\n"}));
 }
 
 TEST(AvailableMem, AFailedCloseFailsTheAnswer) {
     kernel_says("MemAvailable: 2048 kB\n");
     const size_t before = files::open_descriptors();
-    close_fails = true;
-    const int32_t available = IPMI_GetAvailableMem();
-    close_fails = false;
-    EXPECT_EQ(available, -1);
+    layer().fail_with = [](const std::string &call) { return call == "fclose" ? EIO : 0; };
+    EXPECT_EQ(available_mem(), -1);
     EXPECT_EQ(files::open_descriptors(), before);
     EXPECT_THAT(platform().messages, IsEmpty());
 }
 
 TEST(AvailableMem, ANumberThatDoesNotFitIsToldAndTheGreatestOneCounts) {
     kernel_says("MemAvailable: 99999999999999999999999 kB\n");
-    EXPECT_EQ(IPMI_GetAvailableMem(), 0x7FFFFFFF / 1024);
+    EXPECT_EQ(available_mem(), 0x7FFFFFFF / 1024);
     kernel_says("MemAvailable: 2147483648 kB\n");
-    EXPECT_EQ(IPMI_GetAvailableMem(), 0x7FFFFFFF / 1024);
+    EXPECT_EQ(available_mem(), 0x7FFFFFFF / 1024);
     const Line told = {"audit", 176, "strtol failed! [" + std::to_string(ERANGE) + "]"};
     EXPECT_THAT(files::lines(), ElementsAre(told, told));
     platform().clear_record();
     kernel_says("MemAvailable: 2147483647 kB\n");
-    EXPECT_EQ(IPMI_GetAvailableMem(), 0x7FFFFFFF / 1024);
+    EXPECT_EQ(available_mem(), 0x7FFFFFFF / 1024);
     EXPECT_THAT(platform().messages, IsEmpty());
 }
 
 TEST(AvailableMem, NoNumberIsToldAndCountsAs0) {
     kernel_says("MemAvailable: some kB\n");
-    EXPECT_EQ(IPMI_GetAvailableMem(), 0);
+    EXPECT_EQ(available_mem(), 0);
     EXPECT_THAT(files::lines(), ElementsAre(Line{"audit", 176, "strtol failed! [0]"}));
 }
 
@@ -118,7 +108,7 @@ TEST(AvailableMem, LeavesNoFileOpen) {
     const size_t before = files::open_descriptors();
     for (const char *text : {"", "MemAvailable: 1 kB\n", "MemAvailable: x\n"}) {
         kernel_says(text);
-        IPMI_GetAvailableMem();
+        available_mem();
     }
     EXPECT_EQ(files::open_descriptors(), before);
 }

@@ -70,7 +70,8 @@ bool is_foreign(const void *caller) {
     if (dladdr(caller, &place) == 0 || place.dli_fname == nullptr) {
         return false;
     }
-    for (const char *library : {"libboardplatform", "libstdc++", "libgtest", "libc.so"}) {
+    for (const char *library :
+         {"libboardplatform", "libsimpleini", "libstdc++", "libgtest", "libc.so"}) {
         if (std::strstr(place.dli_fname, library) != nullptr) {
             return true;
         }
