@@ -5,7 +5,11 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "access.h"
 #include "boardplatform/platform.h"
+
+using boardsim::Call;
+using boardsim::software_call;
 
 namespace {
 
@@ -49,32 +53,57 @@ int print_text(char *dest, size_t dest_size, const char *format, va_list values)
     return std::vsnprintf(dest, dest_size, format, values) < 0 ? refused : 0;
 }
 
+size_t text_length(const char *text, size_t max) {
+    return text == nullptr ? 0 : strnlen(text, max);
+}
+
 }  // namespace
 
 extern "C" {
 
 int memcpy_s(void *dest, size_t dest_size, const void *src, size_t count) {
+    if (const int failure = software_call(Call::memcpy_s); failure != 0) {
+        return failure;
+    }
     return copy_memory(dest, dest_size, src, count);
 }
 int vel_memcpy_s(void *dest, size_t dest_size, const void *src, size_t count) {
+    if (const int failure = software_call(Call::vel_memcpy_s); failure != 0) {
+        return failure;
+    }
     return copy_memory(dest, dest_size, src, count);
 }
 
 int memset_s(void *dest, size_t dest_size, int value, size_t count) {
+    if (const int failure = software_call(Call::memset_s); failure != 0) {
+        return failure;
+    }
     return set_memory(dest, dest_size, value, count);
 }
 int vel_memset_s(void *dest, size_t dest_size, int value, size_t count) {
+    if (const int failure = software_call(Call::vel_memset_s); failure != 0) {
+        return failure;
+    }
     return set_memory(dest, dest_size, value, count);
 }
 
 int strncpy_s(char *dest, size_t dest_size, const char *src, size_t count) {
+    if (const int failure = software_call(Call::strncpy_s); failure != 0) {
+        return failure;
+    }
     return copy_text(dest, dest_size, src, count);
 }
 int vel_strncpy_s(char *dest, size_t dest_size, const char *src, size_t count) {
+    if (const int failure = software_call(Call::vel_strncpy_s); failure != 0) {
+        return failure;
+    }
     return copy_text(dest, dest_size, src, count);
 }
 
 int vel_strncat_s(char *dest, size_t dest_size, const char *src, size_t count) {
+    if (const int failure = software_call(Call::vel_strncat_s); failure != 0) {
+        return failure;
+    }
     if (dest == nullptr || src == nullptr) {
         return refused;
     }
@@ -86,6 +115,9 @@ int vel_strncat_s(char *dest, size_t dest_size, const char *src, size_t count) {
 }
 
 int snprintf_s(char *dest, size_t dest_size, const char *format, ...) {
+    if (const int failure = software_call(Call::snprintf_s); failure != 0) {
+        return failure;
+    }
     va_list values;
     va_start(values, format);
     const int result = print_text(dest, dest_size, format, values);
@@ -93,6 +125,9 @@ int snprintf_s(char *dest, size_t dest_size, const char *format, ...) {
     return result;
 }
 int vel_snprintf_s(char *dest, size_t dest_size, const char *format, ...) {
+    if (const int failure = software_call(Call::vel_snprintf_s); failure != 0) {
+        return failure;
+    }
     va_list values;
     va_start(values, format);
     const int result = print_text(dest, dest_size, format, values);
@@ -102,6 +137,9 @@ int vel_snprintf_s(char *dest, size_t dest_size, const char *format, ...) {
 
 // The number of values read, as sscanf.
 int vel_sscanf_s(const char *text, const char *format, ...) {
+    if (const int failure = software_call(Call::vel_sscanf_s); failure != 0) {
+        return failure;
+    }
     if (text == nullptr || format == nullptr) {
         return refused;
     }
@@ -112,14 +150,24 @@ int vel_sscanf_s(const char *text, const char *format, ...) {
     return result;
 }
 
-size_t strnlen_s(const char *text, size_t max) { return text == nullptr ? 0 : strnlen(text, max); }
-size_t vel_strnlen_s(const char *text, size_t max) { return strnlen_s(text, max); }
+size_t strnlen_s(const char *text, size_t max) {
+    software_call(Call::strnlen_s);
+    return text_length(text, max);
+}
+size_t vel_strnlen_s(const char *text, size_t max) {
+    software_call(Call::vel_strnlen_s);
+    return text_length(text, max);
+}
 
 int vel_atoi_s(const char *text) {
+    software_call(Call::vel_atoi_s);
     return text == nullptr ? 0 : static_cast<int>(std::strtol(text, nullptr, 10));
 }
 
 int vel_fopen_s(FILE **stream, const char *path, const char *mode, uint32_t, uint32_t) {
+    if (const int failure = software_call(Call::vel_fopen_s); failure != 0) {
+        return failure;
+    }
     if (stream == nullptr) {
         return refused;
     }
@@ -128,12 +176,20 @@ int vel_fopen_s(FILE **stream, const char *path, const char *mode, uint32_t, uin
 }
 
 char *vel_fgets_s(char *dest, size_t dest_size, FILE *stream) {
+    if (software_call(Call::vel_fgets_s) != 0) {
+        return nullptr;
+    }
     if (dest == nullptr || stream == nullptr || dest_size == 0 || dest_size > INT32_MAX) {
         return nullptr;
     }
     return std::fgets(dest, static_cast<int>(dest_size), stream);
 }
 
-int vel_fclose_s(FILE *stream) { return stream == nullptr ? refused : std::fclose(stream); }
+int vel_fclose_s(FILE *stream) {
+    if (const int failure = software_call(Call::vel_fclose_s); failure != 0) {
+        return failure;
+    }
+    return stream == nullptr ? refused : std::fclose(stream);
+}
 
 }  // extern "C"

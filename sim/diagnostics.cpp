@@ -8,7 +8,11 @@
 #include <iterator>
 #include <string>
 
+#include "access.h"
 #include "boardplatform/platform.h"
+
+using boardsim::Call;
+using boardsim::software_call;
 
 namespace {
 
@@ -60,6 +64,7 @@ extern "C" {
 #define SSP_CHANNEL(name, level)                                                       \
     void name(uint32_t module, const char *file, const char *function, int line,       \
               const char *format, ...) {                                               \
+        software_call(Call::name);                                                     \
         va_list values;                                                                \
         va_start(values, format);                                                      \
         print_line(level, module_place(module, file, function, line), format, values); \
@@ -72,6 +77,7 @@ SSP_CHANNEL(_ssp_debug, level_debug)
 
 #define IDBG_CHANNEL(name, channel, level)                                 \
     void name(uint32_t number, const char *format, ...) {                  \
+        software_call(Call::name);                                         \
         va_list values;                                                    \
         va_start(values, format);                                          \
         print_line(level, channel_place(channel, number), format, values); \
@@ -82,6 +88,6 @@ IDBG_CHANNEL(IDBG_LINUXAPP_AuditOut, "audit", level_info)
 IDBG_CHANNEL(IDBG_LINUXAPP_Runtime_DbgOut, "runtime", level_debug)
 
 // The count of failures by place has no reader here; the error itself follows at once.
-void sspFailedStat(const char *, int) {}
+void sspFailedStat(const char *, int) { software_call(Call::sspFailedStat); }
 
 }  // extern "C"

@@ -15,7 +15,11 @@
 #define SI_NO_CONVERSION
 #include <SimpleIni.h>
 
+#include "access.h"
 #include "boardplatform/platform.h"
+
+using boardsim::Call;
+using boardsim::software_call;
 
 namespace {
 
@@ -176,11 +180,21 @@ Number get_number(IniHandle handle, const char *section, const char *key, Number
     return error == std::errc() && end == text.data() + text.size() ? number : fallback;
 }
 
+int copy_text(char *out, uint32_t size, const char *text) {
+    const size_t length = strnlen(text, size - 1);
+    std::memcpy(out, text, length);
+    out[length] = '\0';
+    return 0;
+}
+
 }  // namespace
 
 extern "C" {
 
 IniHandle IniLoadFile(const char *path) {
+    if (software_call(Call::IniLoadFile) != 0) {
+        return nullptr;
+    }
     if (path == nullptr || access(path, R_OK) != 0) {
         return nullptr;
     }
@@ -188,6 +202,9 @@ IniHandle IniLoadFile(const char *path) {
 }
 
 IniHandle VEL_IniLoadFile(const char *path) {
+    if (software_call(Call::VEL_IniLoadFile) != 0) {
+        return nullptr;
+    }
     if (path == nullptr) {
         return nullptr;
     }
@@ -201,16 +218,25 @@ IniHandle VEL_IniLoadFile(const char *path) {
 }
 
 int IniSaveFile(IniHandle handle, const char *path) {
+    if (const int failure = software_call(Call::IniSaveFile); failure != 0) {
+        return failure;
+    }
     if (handle == nullptr || path == nullptr) {
         return failed;
     }
     return replace_file(path, file_text(*ini_of(handle))) ? 0 : failed;
 }
 
-void IniCloseFile(IniHandle handle) { delete ini_of(handle); }
+void IniCloseFile(IniHandle handle) {
+    software_call(Call::IniCloseFile);
+    delete ini_of(handle);
+}
 
 int IniGetStr(IniHandle handle, const char *section, const char *key, const char *fallback,
               char *out, uint32_t size) {
+    if (const int failure = software_call(Call::IniGetStr); failure != 0) {
+        return failure;
+    }
     if (handle == nullptr || out == nullptr || size == 0) {
         return failed;
     }
@@ -218,35 +244,59 @@ int IniGetStr(IniHandle handle, const char *section, const char *key, const char
     if (text == nullptr) {
         text = fallback;
     }
-    return strncpy_s(out, size, text == nullptr ? "" : text, size);
+    return copy_text(out, size, text == nullptr ? "" : text);
 }
 
 int IniSetStr(IniHandle handle, const char *section, const char *key, const char *value) {
+    if (const int failure = software_call(Call::IniSetStr); failure != 0) {
+        return failure;
+    }
     return set_text(handle, section, key, value);
 }
 
 uint32_t IniGetUInt(IniHandle handle, const char *section, const char *key, uint32_t fallback) {
+    if (software_call(Call::IniGetUInt) != 0) {
+        return fallback;
+    }
     return get_number(handle, section, key, fallback);
 }
 int IniSetUInt(IniHandle handle, const char *section, const char *key, uint32_t value) {
+    if (const int failure = software_call(Call::IniSetUInt); failure != 0) {
+        return failure;
+    }
     return set_text(handle, section, key, std::to_string(value).c_str());
 }
 
 int32_t IniGetSInt(IniHandle handle, const char *section, const char *key, int32_t fallback) {
+    if (software_call(Call::IniGetSInt) != 0) {
+        return fallback;
+    }
     return get_number(handle, section, key, fallback);
 }
 int IniSetSInt(IniHandle handle, const char *section, const char *key, int32_t value) {
+    if (const int failure = software_call(Call::IniSetSInt); failure != 0) {
+        return failure;
+    }
     return set_text(handle, section, key, std::to_string(value).c_str());
 }
 
 uint8_t IniGetChar(IniHandle handle, const char *section, const char *key, uint8_t fallback) {
+    if (software_call(Call::IniGetChar) != 0) {
+        return fallback;
+    }
     return get_number(handle, section, key, fallback);
 }
 int IniSetChar(IniHandle handle, const char *section, const char *key, uint8_t value) {
+    if (const int failure = software_call(Call::IniSetChar); failure != 0) {
+        return failure;
+    }
     return set_text(handle, section, key, std::to_string(value).c_str());
 }
 
 int IniDelEntry(IniHandle handle, const char *section, const char *key) {
+    if (const int failure = software_call(Call::IniDelEntry); failure != 0) {
+        return failure;
+    }
     if (handle == nullptr || section == nullptr || key == nullptr) {
         return failed;
     }
@@ -254,6 +304,9 @@ int IniDelEntry(IniHandle handle, const char *section, const char *key) {
 }
 
 int IniDelSection(IniHandle handle, const char *section) {
+    if (const int failure = software_call(Call::IniDelSection); failure != 0) {
+        return failure;
+    }
     if (handle == nullptr || section == nullptr) {
         return failed;
     }

@@ -1,0 +1,59 @@
+// [[fan]] and [[psu]]: what turns and what feeds.
+#include "board_reader.h"
+
+namespace boardsim {
+
+namespace {
+
+constexpr uint32_t fan_modules = 4;
+constexpr uint32_t fan_presence_register = 0x208;
+constexpr uint32_t first_fan_presence_bit = 6;
+constexpr int64_t fastest_rpm = 100'000;
+
+constexpr uint32_t power_modules = 2;
+constexpr uint32_t power_module_bus = 1;
+constexpr uint32_t first_power_module_address = 0x58;
+constexpr uint32_t power_presence_register = 0x190;
+constexpr uint32_t power_ok_register = 0x192;
+constexpr uint32_t pmbus_capability = 0x19;
+constexpr uint8_t pmbus_400khz_with_pec = 0xB0;
+
+// A rotor that stands still answers 0; one that does not answer has a broken tachometer.
+void set_rotor(Builder &builder, Table &table, const char *key, uint32_t tachometer) {
+    const auto rpm = table.number(key, 0, fastest_rpm);
+    FanRecord &fan = builder.board.fans[tachometer];
+    fan.answers = 1;
+    fan.rpm = rpm.value_or(0);
+}
+
+}  // namespace
+
+// Module n holds the front rotor n - 1 and the rear rotor n + 3.
+void read_fan(Builder &builder, Table &table) {
+    const uint32_t module = table.required_number("module", 1, fan_modules) - 1;
+    if (builder.board.fans[module].answers != 0) {
+        table.fail("module", "fan module " + std::to_string(module + 1) + " is already fitted");
+    }
+    set_rotor(builder, table, "front_rpm", module);
+    set_rotor(builder, table, "rear_rpm", module + fan_modules);
+    builder.set_epld_bit(fan_presence_register, first_fan_presence_bit + module, true);
+}
+
+void read_psu(Builder &builder, Table &table) {
+    const uint32_t slot = table.required_number("slot", 1, power_modules) - 1;
+    const Route route = {power_module_bus, first_power_module_address + slot, 0, 0};
+    ChipRecord &chip =
+        builder.fit(table, route, registers_model.name, "psu" + std::to_string(slot));
+    chip.answers = table.flag("answers").value_or(true) ? 1 : 0;
+    const auto cells = builder.cells(chip);
+    cells[pmbus_capability] = pmbus_400khz_with_pec;
+    if (auto registers = table.table("registers")) {
+        for (const auto &[number, value] : registers->numbered(0xFF, 0xFF)) {
+            cells[number] = static_cast<uint8_t>(value);
+        }
+    }
+    builder.set_epld_bit(power_presence_register, slot, table.flag("present").value_or(true));
+    builder.set_epld_bit(power_ok_register, slot, table.flag("power_ok").value_or(true));
+}
+
+}  // namespace boardsim

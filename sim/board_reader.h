@@ -1,0 +1,116 @@
+// Reading a board file: every key is asked for by name and checked, what nobody asked for is an
+// error, and every error names file, line and key.
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <optional>
+#include <set>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#define TOML_HEADER_ONLY 0
+#include <toml++/toml.h>
+
+#include "chips.h"
+#include "state.h"
+
+namespace boardsim {
+
+// One table of the file.
+class Table {
+public:
+    Table(const toml::table &node, const std::string &file, const std::string &name)
+        : node_(node), file_(file), name_(name) {}
+
+    bool has(std::string_view key) const { return node_.contains(key); }
+
+    // The key's value within the limits; nothing when the key is not there.
+    std::optional<uint32_t> number(std::string_view key, int64_t smallest, int64_t largest);
+    std::optional<int32_t> signed_number(std::string_view key, int64_t smallest, int64_t largest);
+    std::optional<bool> flag(std::string_view key);
+    std::optional<std::string> text(std::string_view key, size_t longest);
+    std::optional<Route> route(std::string_view key);
+    std::optional<std::vector<uint8_t>> bytes(std::string_view key, size_t most);
+    std::optional<Table> table(std::string_view key);
+    std::vector<Table> tables(std::string_view key);  // [[key]]
+    // All keys are numbers, for registers, lines and addresses.
+    std::map<uint32_t, uint32_t> numbered(int64_t largest_key, int64_t largest_value);
+
+    uint32_t required_number(std::string_view key, int64_t smallest, int64_t largest);
+    Route required_route(std::string_view key);
+    std::string required_text(std::string_view key, size_t longest);
+
+    // A key that nobody asked for is unknown.
+    void finish() const;
+
+    [[noreturn]] void fail(const std::string &message) const;  // about the table as a whole
+    [[noreturn]] void fail(std::string_view key, const std::string &message) const;
+
+    std::string place() const;  // "file:line" of the table
+    std::vector<std::string> keys() const;
+
+private:
+    const toml::node *find(std::string_view key);
+    int64_t checked(std::string_view key, const toml::node &node, int64_t smallest,
+                    int64_t largest) const;
+    std::string full_name(std::string_view key) const;
+
+    const toml::table &node_;
+    const std::string &file_;  // of the whole reading
+    std::string name_;         // "card", "epld.registers"; empty for the file itself
+    std::set<std::string, std::less<>> asked_;
+};
+
+// The board that the sections of a file put together.
+class Builder {
+public:
+    explicit Builder(Board &made) : board(made) {}
+
+    // Fits a chip; a second one on the same route is an error at `from`.
+    ChipRecord &fit(const Table &from, const Route &route, std::string_view model,
+                    std::string_view name, std::optional<uint32_t> size = std::nullopt);
+    ChipRecord &fit_expander(const Table &from, const Route &route, std::string_view name,
+                             uint16_t pins);
+    std::span<uint8_t> cells(const ChipRecord &chip) { return cells_of(board, chip); }
+
+    void set_epld_bit(uint32_t reg, uint32_t bit, bool level);
+    void add_fault(const Table &from, const FaultRecord &fault);
+
+    Board &board;
+
+private:
+    std::map<std::string, std::string> fitted_;  // route and the place of its chip
+};
+
+enum class Shape { table, tables };
+
+// A top-level section. To add one: a function in a file of its own and a row in board_file.cpp.
+struct Section {
+    const char *name;
+    Shape shape;
+    void (*read)(Builder &builder, Table &table);
+};
+
+void read_mainboard(Builder &builder, Table &table);
+void read_card(Builder &builder, Table &table);
+void read_present(Builder &builder, Table &table);
+void read_chassis(Builder &builder, Table &table);
+void read_fan(Builder &builder, Table &table);
+void read_psu(Builder &builder, Table &table);
+void read_gpio(Builder &builder, Table &table);
+void read_chip(Builder &builder, Table &table);
+void read_epld(Builder &builder, Table &table);
+void read_memory(Builder &builder, Table &table);
+void read_storage(Builder &builder, Table &table);
+void read_bus(Builder &builder, Table &table);
+void read_time(Builder &builder, Table &table);
+void read_fault(Builder &builder, Table &table);
+
+// The route of the identifier chip of a card position named as in a board file, if it has one.
+std::optional<Route> identifier_route(std::string_view position);
+
+FaultRecord parse_fault(Table &table, Origin origin);
+
+}  // namespace boardsim

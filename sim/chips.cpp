@@ -1,0 +1,68 @@
+#include "chips.h"
+
+#include <algorithm>
+#include <iterator>
+
+namespace boardsim {
+
+namespace {
+
+const ChipModel *const models[] = {&pca9535_model, &eeprom_model, &registers_model};
+
+}  // namespace
+
+const ChipModel &model_of(const ChipRecord &chip) { return *models[chip.model]; }
+
+std::optional<uint32_t> find_model(std::string_view name) {
+    for (uint32_t i = 0; i < std::size(models); ++i) {
+        if (models[i]->name == name) {
+            return i;
+        }
+    }
+    return std::nullopt;
+}
+
+uint32_t default_size(uint32_t model) { return models[model]->default_size; }
+uint32_t largest_size(uint32_t model) { return models[model]->largest_size; }
+
+ChipRecord *find_chip(Board &board, const Route &route) {
+    const auto end = board.chips + board.chip_count;
+    const auto found =
+        std::find_if(board.chips, end, [&](const ChipRecord &chip) { return chip.route == route; });
+    return found == end ? nullptr : found;
+}
+
+// A switch is on the board when some chip sits behind it.
+bool has_switch(const Board &board, uint32_t bus, uint32_t level, const Route &route) {
+    const uint32_t address_mask = level == 0 ? 0xFFFF : 0xFFFFFFFF;
+    const uint32_t channel_mask = level == 0 ? 0 : 0xFFFF;
+    return std::any_of(board.chips, board.chips + board.chip_count, [&](const ChipRecord &chip) {
+        return chip.route.bus == bus &&
+               ((chip.route.switch_address ^ route.switch_address) & address_mask) == 0 &&
+               ((chip.route.switch_channel ^ route.switch_channel) & channel_mask) == 0;
+    });
+}
+
+std::span<uint8_t> cells_of(Board &board, const ChipRecord &chip) {
+    return {board.pool + chip.data, chip.size};
+}
+
+ChipRecord &add_chip(Board &board, const Route &route, uint32_t model, uint32_t size,
+                     std::string_view name) {
+    if (board.chip_count == most_chips || chip_pool_size - board.pool_used < size) {
+        throw Error("the board has no room for another chip");
+    }
+    ChipRecord &chip = board.chips[board.chip_count++];
+    chip = {};
+    chip.route = route;
+    chip.model = model;
+    chip.answers = 1;
+    chip.data = board.pool_used;
+    chip.size = size;
+    name.copy(chip.name, sizeof(chip.name) - 1);
+    board.pool_used += size;
+    models[model]->power_on(cells_of(board, chip));
+    return chip;
+}
+
+}  // namespace boardsim
