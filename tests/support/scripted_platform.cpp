@@ -35,7 +35,9 @@ bool record(std::string call) {
 
 Expander *expander_at(const I2cChipRoute *route) {
     auto &expanders = platform().expanders;
-    const auto found = expanders.find(chip_of(*route));
+    const auto &cables = platform().same_expander;
+    const auto cable = cables.find(chip_of(*route));
+    const auto found = expanders.find(cable == cables.end() ? chip_of(*route) : cable->second);
     return found == expanders.end() ? nullptr : &found->second;
 }
 

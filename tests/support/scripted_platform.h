@@ -49,6 +49,7 @@ struct Platform {
     // ---- what the board answers ----
     std::map<uint32_t, uint16_t> epld;           // registers that are not here read 0
     std::map<Chip, Expander> expanders;          // chips that are not here fail with -1
+    std::map<Chip, Chip> same_expander;          // another route to an expander: a cable
     std::map<Chip, std::vector<uint8_t>> bytes;  // byte-register devices and EEPROMs, by offset
     std::map<uint32_t, uint32_t> memory;         // physical registers
     std::map<uint32_t, int> gpio;                // lines that are not here fail with -1
