@@ -22,17 +22,20 @@ constexpr uint32_t last_question = 20;
 // What one kind of list has learned about the connectors. It only ever moves toward known, so that
 // concurrent callers at worst ask once too often.
 struct ConnectorWalk {
-    const char *marker;         // the file that switches the trace on
-    const char *question_name;  // the question count's name in the trace
-    int32_t (*list)(const Backplane &, uint32_t board_id, uint32_t position, void *list);
-
     uint8_t online[std::size(connector_cards)];
     uint16_t board_id[std::size(connector_cards)];
     uint32_t questions;
 };
+ConnectorWalk u2_nvme_walk;
+ConnectorWalk disk_walk;
 
-ConnectorWalk u2_nvme_walk = {"/var/nvmetest", "try_count", bf::harddisk::list_u2_nvme, {}, {}, 0};
-ConnectorWalk disk_walk = {"/var/oobdbg", "hdd_try_count", bf::harddisk::list_disks, {}, {}, 0};
+// A walk is traced while its marker file exists.
+struct WalkTrace {
+    char marker[16];
+    char question_name[16];
+};
+constexpr WalkTrace u2_nvme_trace = {"/var/nvmetest", "try_count"};
+constexpr WalkTrace disk_trace = {"/var/oobdbg", "hdd_try_count"};
 
 bool is_online(ConnectorWalk &walk, uint32_t position) {
     if (walk.online[position] == 0 && walk.questions <= last_question) {
@@ -51,7 +54,9 @@ uint32_t board_id_of(ConnectorWalk &walk, uint32_t position) {
     return kept;
 }
 
-int32_t list_all(ConnectorWalk &walk, void *list) {
+using ListModel = int32_t(const Backplane &, uint32_t board_id, uint32_t position, void *list);
+
+int32_t list_all(ConnectorWalk &walk, const WalkTrace &trace, ListModel *list_model, void *list) {
     if (list == nullptr) {
         return -1;
     }
@@ -60,14 +65,14 @@ int32_t list_all(ConnectorWalk &walk, void *list) {
             continue;
         }
         const uint32_t board_id = board_id_of(walk, position);
-        if (access(walk.marker, F_OK) == 0) {
-            std::printf("cardid[%u] = 0x%x, %s = %u\n", position, board_id, walk.question_name,
+        if (access(trace.marker, F_OK) == 0) {
+            std::printf("cardid[%u] = 0x%x, %s = %u\n", position, board_id, trace.question_name,
                         walk.questions);
         }
         // A backplane that cannot be read does not keep the others from the list.
         const Backplane *model = bf::harddisk::backplane_of(board_id);
         if (model != nullptr && model->listed_bays != 0) {
-            walk.list(*model, board_id, position, list);
+            list_model(*model, board_id, position, list);
         }
     }
     return 0;
@@ -77,10 +82,14 @@ int32_t list_all(ConnectorWalk &walk, void *list) {
 
 extern "C" {
 
-int32_t hdd_get_u2_nvme_list(void *list) { return list_all(u2_nvme_walk, list); }
+int32_t hdd_get_u2_nvme_list(void *list) {
+    return list_all(u2_nvme_walk, u2_nvme_trace, bf::harddisk::list_u2_nvme, list);
+}
 int32_t GetAllU2NVMeSlotInfo(void *list) { return hdd_get_u2_nvme_list(list); }
 
-int32_t HDD_GetOnlinePdList(void *list) { return list_all(disk_walk, list); }
+int32_t HDD_GetOnlinePdList(void *list) {
+    return list_all(disk_walk, disk_trace, bf::harddisk::list_disks, list);
+}
 int32_t HDD_CollectAllPdListFromHardSignal(void *list) { return HDD_GetOnlinePdList(list); }
 
 }  // extern "C"
