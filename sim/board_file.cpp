@@ -4,6 +4,7 @@
 #include <iterator>
 
 #include "board_reader.h"
+#include "flash.h"
 
 namespace boardsim {
 
@@ -21,6 +22,7 @@ constexpr Section sections[] = {
     {"present", Shape::table, read_present},
     {"chassis", Shape::table, read_chassis},
     {"storage", Shape::table, read_storage},
+    {"flash", Shape::table, read_flash},
     {"chip", Shape::tables, read_chip},
     {"gpio", Shape::table, read_gpio},
     {"epld", Shape::table, read_epld},
@@ -50,6 +52,7 @@ void read_board(std::string_view text, const std::string &file_name, Board &boar
     const toml::table document = parse(text, file_name);
     board = {};
     board.bus_clock_hz = standard_clock_hz;
+    flash_power_on(board);
     Builder builder(board);
     Table file(document, file_name, "");
     file.text("name", sizeof(board.name) - 1).value_or("").copy(board.name, sizeof(board.name) - 1);

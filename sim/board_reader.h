@@ -103,6 +103,7 @@ void read_gpio(Builder &builder, Table &table);
 void read_chip(Builder &builder, Table &table);
 void read_epld(Builder &builder, Table &table);
 void read_memory(Builder &builder, Table &table);
+void read_flash(Builder &builder, Table &table);
 void read_storage(Builder &builder, Table &table);
 void read_bus(Builder &builder, Table &table);
 void read_time(Builder &builder, Table &table);

@@ -8,6 +8,7 @@
 #include "access.h"
 #include "bus.h"
 #include "chips.h"
+#include "flash.h"
 
 using namespace boardsim;
 
@@ -143,7 +144,7 @@ int epldio_read(uint32_t reg, uint16_t *value) {
     }
     uint16_t word = 0;
     const Outcome outcome = perform({Call::epldio_read, Target::epld, reg}, [&](State &state) {
-        word = state.board.epld[reg];
+        word = is_flash_register(reg) ? flash_read(state, reg) : state.board.epld[reg];
         return 0;
     });
     if (outcome.result >= 0) {
@@ -158,7 +159,11 @@ int epldio_write(uint32_t reg, uint16_t value) {
     }
     return perform({Call::epldio_write, Target::epld, reg},
                    [&](State &state) {
-                       state.board.epld[reg] = value;
+                       if (is_flash_register(reg)) {
+                           flash_write(state, reg, value);
+                       } else {
+                           state.board.epld[reg] = value;
+                       }
                        return 0;
                    })
         .result;

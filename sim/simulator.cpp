@@ -10,6 +10,7 @@
 #include "access.h"
 #include "board_file.h"
 #include "chips.h"
+#include "flash.h"
 
 namespace boardsim {
 
@@ -171,6 +172,27 @@ void Simulator::add_chip(std::string_view route, std::string_view kind) {
         }
         boardsim::add_chip(state.board, at, *model, default_size(*model), kind);
     });
+}
+
+std::vector<uint8_t> Simulator::flash_page(uint32_t page) {
+    return locked([&](State &state) {
+        const auto cells =
+            boardsim::flash_page(state.board, checked(page, flash_pages, "flash page"));
+        return std::vector<uint8_t>(cells.begin(), cells.end());
+    });
+}
+void Simulator::set_flash_page(uint32_t page, const std::vector<uint8_t> &bytes) {
+    locked([&](State &state) {
+        const auto cells =
+            boardsim::flash_page(state.board, checked(page, flash_pages, "flash page"));
+        if (bytes.size() > cells.size()) {
+            throw Error("flash page " + std::to_string(page) + ": holds 16 bytes");
+        }
+        std::copy(bytes.begin(), bytes.end(), cells.begin());
+    });
+}
+void Simulator::change_flash(const std::function<void(FlashRecord &)> &change) {
+    locked([&](State &state) { change(state.board.flash); });
 }
 
 void Simulator::set_real_time(bool real) {

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -44,6 +45,11 @@ public:
     void set_cells(std::string_view route, uint32_t offset, const std::vector<uint8_t> &bytes);
     void set_answers(std::string_view route, bool answers);
     void add_chip(std::string_view route, std::string_view kind);
+
+    // The EPLD's user flash: 16 bytes a page, and what is wrong with it.
+    std::vector<uint8_t> flash_page(uint32_t page);
+    void set_flash_page(uint32_t page, const std::vector<uint8_t> &bytes);
+    void change_flash(const std::function<void(FlashRecord &)> &change);
 
     void set_real_time(bool real);
 

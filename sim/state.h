@@ -80,6 +80,30 @@ struct FaultRecord {
 static_assert(sizeof(FaultRecord) == 72 && alignof(FaultRecord) == 8);
 static_assert(offsetof(FaultRecord, seen) == 56);
 
+constexpr uint32_t flash_pages = 2046;
+constexpr uint32_t flash_page_size = 16;
+
+// How the flash's ownership bit answers: as written, always set (the other side holds it and shows
+// it), or never (the other side does not let go).
+enum class Ownership : uint32_t { free, stuck, refused };
+
+// The EPLD's user flash. Its registers are the EPLD's.
+struct FlashRecord {
+    uint32_t ownership;        // Ownership
+    uint32_t never_completes;  // commands work but do not report it
+    uint32_t erase_fails;      // an erase changes nothing
+    uint32_t write_fails;      // this page + 1 cannot be written; 0 = none
+    uint32_t misreads;         // this page + 1 reads back wrong; 0 = none
+    uint32_t erase_us;
+    uint32_t write_us;
+    uint32_t read_us;
+    uint32_t done_bits;  // of the last command
+    uint32_t reserved;
+    uint64_t done_at_us;  // on the clock of slept_us
+    uint8_t cells[flash_pages * flash_page_size];
+};
+static_assert(sizeof(FlashRecord) == 48 + 2046 * 16 && alignof(FlashRecord) == 8);
+
 struct Board {
     char name[64];
     uint32_t bus_clock_hz;
@@ -96,11 +120,13 @@ struct Board {
     MemoryWord memory[most_memory_words];
     ChipRecord chips[most_chips];
     FaultRecord faults[most_faults];
+    FlashRecord flash;
     uint8_t pool[chip_pool_size];
 };
 static_assert(offsetof(Board, epld) == 80 && offsetof(Board, memory) == 8672);
 static_assert(offsetof(Board, faults) == 8672 + 2048 + 384 * 64);
-static_assert(sizeof(Board) == 8672 + 2048 + 384 * 64 + 64 * 72 + chip_pool_size);
+static_assert(sizeof(Board) ==
+              8672 + 2048 + 384 * 64 + 64 * 72 + sizeof(FlashRecord) + chip_pool_size);
 
 // ---- what happened ----
 
@@ -146,7 +172,7 @@ struct State {
 static_assert(sizeof(State) == sizeof(Header) + sizeof(Accounts) + sizeof(Board));
 
 constexpr char state_magic[8] = {'B', 'O', 'A', 'R', 'D', 'S', 'I', 'M'};
-constexpr uint32_t state_version = 1;
+constexpr uint32_t state_version = 2;
 
 uint64_t hash_of(std::string_view text);
 
