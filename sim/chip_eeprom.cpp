@@ -18,7 +18,7 @@ bool read(std::span<uint8_t> cells, uint32_t offset, std::span<uint8_t> data) {
     if (!fits(cells, offset, data.size())) {
         return false;
     }
-    std::copy_n(cells.begin() + offset, data.size(), data.begin());
+    std::copy_n(cells.subspan(offset).begin(), data.size(), data.begin());
     return true;
 }
 
@@ -26,7 +26,7 @@ bool write(std::span<uint8_t> cells, uint32_t offset, std::span<const uint8_t> d
     if (!fits(cells, offset, data.size())) {
         return false;
     }
-    std::copy(data.begin(), data.end(), cells.begin() + offset);
+    std::copy(data.begin(), data.end(), cells.subspan(offset).begin());
     return true;
 }
 

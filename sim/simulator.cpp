@@ -154,7 +154,7 @@ void Simulator::set_cells(std::string_view route, uint32_t offset,
         if (offset > cells.size() || bytes.size() > cells.size() - offset) {
             throw Error(std::string(route) + ": the chip is smaller");
         }
-        std::copy(bytes.begin(), bytes.end(), cells.begin() + offset);
+        std::copy(bytes.begin(), bytes.end(), cells.subspan(offset).begin());
     });
 }
 void Simulator::set_answers(std::string_view route, bool answers) {
