@@ -1,6 +1,7 @@
 #include "board_file.h"
 
 #include <algorithm>
+#include <cctype>
 #include <iterator>
 
 #include "board_reader.h"
@@ -41,9 +42,12 @@ toml::table parse(std::string_view text, const std::string &file_name) {
     }
 }
 
-bool is_number(const std::string &text) {
-    return !text.empty() && text.find_first_not_of("0123456789abcdefABCDEFxX-") == text.npos &&
-           (std::isdigit(static_cast<unsigned char>(text.front())) != 0 || text.front() == '-');
+bool is_number(std::string_view text) {
+    if (text.starts_with('-')) {
+        text.remove_prefix(1);
+    }
+    return !text.empty() && text.find_first_not_of("0123456789abcdefABCDEFxX") == text.npos &&
+           std::isdigit(static_cast<unsigned char>(text.front())) != 0;
 }
 
 }  // namespace
