@@ -2,7 +2,7 @@
 //
 // Linked into a test program, its definitions win over libc's. While a Watch lives, each covered
 // call is recorded and can be made to fail; then, and always without a Watch, libc itself answers.
-// Calls that the platform's libraries make on their own behalf are never recorded.
+// Calls that other libraries make, the platform's among them, are never recorded.
 //
 //     libc_layer::layer().fail_call = 3;            // the third call fails with layer().failure
 //     {

@@ -13,8 +13,9 @@
 #include "common/pcieid/pcieid_log.h"
 
 // Messages name the step that they belong to, whichever function takes it.
-#define WARN_IN(step, format, ...) \
-    _ssp_warn(bf::module_pcieid, log_source, step, __LINE__, format, step, __LINE__, __VA_ARGS__)
+#define WARN_IN(step, format, ...)                                         \
+    _ssp_warn(bf::module_pcieid, log_source, step, __LINE__, format, step, \
+              __LINE__ __VA_OPT__(, ) __VA_ARGS__)
 #define WARN_RESULT_IN(step, result)                                                     \
     WARN_IN(step, "%s(@%d) retval=%d, errno=%d, %s.\n", static_cast<int>(result), errno, \
             strerror(errno))
@@ -134,8 +135,7 @@ void synchronise() {
         WARN_RESULT_IN("__sync_cache", written);
         return;
     }
-    _ssp_warn(bf::module_pcieid, log_source, "__sync_cache", __LINE__,
-              "%s(@%d) sync ini file and cache, done.\n", "__sync_cache", __LINE__);
+    WARN_IN("__sync_cache", "%s(@%d) sync ini file and cache, done.\n");
     synchronised.store(true);
 }
 
