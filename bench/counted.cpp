@@ -4,7 +4,8 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "boardfeatures/pcieid.h"
+#include "boardfeatures/pcieid_enum.h"
+#include "support/instant_board.h"
 #include "support/pciecfg_model.h"
 
 namespace {
@@ -15,6 +16,7 @@ struct Work {
     pciecfg_image image;
     pciecap_list up;
     pciecap_list wanted;
+    pcieid_workspace workspace;
 };
 
 Work work;
@@ -36,6 +38,10 @@ const Operation operations[] = {
      [] {
          pciecap_list down = work.wanted;
          sink = static_cast<uint32_t>(pciecap_convert(&work.up, &down));
+     }},
+    {"identify", "identification of a board with 24 NVMe bays, the platform's calls included",
+     [] {
+         sink = static_cast<uint32_t>(pcieid_identify(&work.workspace, &work.workspace.identified));
      }},
 };
 
