@@ -72,30 +72,33 @@ uint64_t hash_of(std::string_view text) {
     return hash;
 }
 
+// The map has an open file of its own: a mapping that a child inherits keeps its file open, and
+// with it a lock that a killed parent held.
 SharedState::SharedState(const std::string &path) : path_(absolute(path)) {
-    open_lock_file();
-    if (file_ < 0) {
+    const int file = open(path_.c_str(), O_RDWR | O_CLOEXEC);
+    if (file < 0) {
         throw Error(path + ": cannot be opened: " + reason(errno));
     }
     struct stat status = {};
-    fstat(file_, &status);
+    fstat(file, &status);
     device_ = status.st_dev;
     inode_ = status.st_ino;
     Header header = {};
     const bool whole = status.st_size == static_cast<off_t>(sizeof(State)) &&
-                       pread(file_, &header, sizeof(header), 0) == sizeof(header);
+                       pread(file, &header, sizeof(header), 0) == sizeof(header);
     if (!whole || std::memcmp(header.magic, state_magic, sizeof(state_magic)) != 0 ||
         header.version != state_version || header.size != sizeof(State)) {
-        close(file_);
+        close(file);
         throw Error(path + ": is not a board state of this version");
     }
-    void *map = mmap(nullptr, sizeof(State), PROT_READ | PROT_WRITE, MAP_SHARED, file_, 0);
+    void *map = mmap(nullptr, sizeof(State), PROT_READ | PROT_WRITE, MAP_SHARED, file, 0);
+    const int code = errno;
+    close(file);
     if (map == MAP_FAILED) {
-        const int code = errno;
-        close(file_);
         throw Error(path + ": cannot be mapped: " + reason(code));
     }
     state_ = static_cast<State *>(map);
+    open_lock_file();
     enlist();
 }
 

@@ -1,0 +1,110 @@
+// The boards that are shipped, read through the library as a daemon reads them.
+#include <dirent.h>
+
+#include <set>
+
+#include "board_test.h"
+#include "boardfeatures/host.h"
+#include "boardfeatures/identity.h"
+
+using testing::Contains;
+
+namespace {
+
+class Shipped : public BoardTest {
+protected:
+    void ship(const std::string &name) {
+        boardsim::make_state(std::string(BOARDS_DIR) + '/' + name + ".toml", state_file);
+        open_state();
+    }
+    static std::set<uint32_t> online() {
+        std::set<uint32_t> keys;
+        for (uint32_t key = 1; key <= 30; ++key) {
+            if (GetCardOnlineStatus(key) == 1) {
+                keys.insert(key);
+            }
+        }
+        return keys;
+    }
+};
+
+TEST_F(Shipped, EveryFileLoads) {
+    std::set<std::string> names;
+    DIR *folder = opendir(BOARDS_DIR);
+    ASSERT_NE(folder, nullptr);
+    while (const dirent *entry = readdir(folder)) {
+        const std::string name = entry->d_name;
+        if (name.ends_with(".toml")) {
+            EXPECT_NO_THROW(boardsim::make_state(std::string(BOARDS_DIR) + '/' + name, state_file))
+                << name;
+            names.insert(name);
+        }
+    }
+    closedir(folder);
+    for (const char *name :
+         {"empty", "tarn-12bay", "tarn-24bay-fell", "tarn-maximal", "broken-identifiers"}) {
+        EXPECT_THAT(names, Contains(std::string(name) + ".toml"));
+    }
+}
+
+TEST_F(Shipped, Empty) {
+    ship("empty");
+    EXPECT_EQ(GetBoardId(), 0x5440u);
+    EXPECT_EQ(isTarnT(), 0u);
+    EXPECT_EQ(online(), std::set<uint32_t>{});
+    EXPECT_EQ(GetHDbkBoardId(), 255u);
+    EXPECT_EQ(GetCpuOnlineStatus(0), 0);
+}
+
+TEST_F(Shipped, TwelveBays) {
+    ship("tarn-12bay");
+    EXPECT_EQ(GetBoardId(), 0x5440u);
+    EXPECT_EQ(GetBoardPcbId(), 1u);
+    EXPECT_EQ(isTarnT(), 0u);
+    EXPECT_EQ(GetHDbkBoardId(), 1u);
+    EXPECT_EQ(GetCardBoardId(10), 0x545Bu);
+    EXPECT_EQ(GetCardBoardId(5), 0x5464u);
+    EXPECT_EQ(GetCardBoardId(28), 0x5481u);
+    EXPECT_EQ(GetCardBomId(28), 2u);
+    EXPECT_EQ(GetOcpCardIsPresent(), 1u);
+    EXPECT_EQ(GetCpuOnlineStatus(0), 1);
+    EXPECT_EQ(GetCpuOnlineStatus(1), 1);
+    EXPECT_EQ(online(), (std::set<uint32_t>{1, 5, 6, 7, 10, 16, 17, 18, 19, 20, 22, 25, 27, 28}));
+}
+
+TEST_F(Shipped, TwentyFourBaysAreAFell) {
+    ship("tarn-24bay-fell");
+    EXPECT_EQ(GetCardBoardId(10), 0x546Fu);
+    EXPECT_EQ(GetHDbkBoardId(), 3u);
+    EXPECT_EQ(isTarnT(), 0u);
+    EXPECT_EQ(online(), (std::set<uint32_t>{6, 7, 10, 17, 18, 19, 20, 22, 27, 29}));
+}
+
+TEST_F(Shipped, MaximalHasACardInEveryPosition) {
+    ship("tarn-maximal");
+    EXPECT_EQ(isTarnT(), 1u);
+    EXPECT_EQ(GetHDbkBoardId(), 3u);
+    std::set<uint32_t> all = {1, 5, 6, 7, 8, 9, 10, 11, 14};
+    for (uint32_t key = 16; key <= 30; ++key) {
+        all.insert(key);
+    }
+    EXPECT_EQ(online(), all);
+    for (uint32_t key = 23; key <= 32; ++key) {
+        EXPECT_EQ(GetCardBoardId(key), 0x5481u + (key - 23)) << key;
+    }
+}
+
+TEST_F(Shipped, BrokenIdentifiersAreNotBelieved) {
+    ship("broken-identifiers");
+    EXPECT_EQ(GetBoardId(), 0x7FFFu);
+    EXPECT_EQ(GetBoardHardId(), 0xFFFFFFu);
+    EXPECT_EQ(GetCardOnlineStatus(1), 1);  // its bit says so
+    EXPECT_EQ(GetCardBoardId(1), 0x7FFFu);
+    EXPECT_EQ(GetCardOnlineStatus(28), 1);
+    EXPECT_EQ(GetCardBoardId(28), 0x7FFFu);
+    EXPECT_EQ(GetSpecialHDbkBoardId(), 0x5464u);
+    EXPECT_EQ(online(), (std::set<uint32_t>{1, 8, 28}));
+    EXPECT_EQ(word_at(at(8, 0x20)), -5);
+}
+
+}  // namespace
