@@ -100,6 +100,9 @@ std::string file_text(const Ini &ini) {
     return text;
 }
 
+// As the process's effective user, which is who opens files.
+bool may(const char *path, int mode) { return faccessat(AT_FDCWD, path, mode, AT_EACCESS) == 0; }
+
 IniHandle load(const char *path) {
     auto ini = new_ini();
     if (ini->LoadFile(path) < 0) {
@@ -152,6 +155,11 @@ int set_text(IniHandle handle, const char *section, const char *key, const char 
     if (handle == nullptr || section == nullptr || key == nullptr || value == nullptr) {
         return failed;
     }
+    // The format takes a carriage return for a line's end: refused rather than kept as another
+    // text.
+    if (std::strchr(value, '\r') != nullptr) {
+        return failed;
+    }
     return ini_of(handle)->SetValue(section, key, value) < 0 ? failed : 0;
 }
 
@@ -195,7 +203,7 @@ IniHandle IniLoadFile(const char *path) {
     if (software_call(Call::IniLoadFile) != 0) {
         return nullptr;
     }
-    if (path == nullptr || access(path, R_OK) != 0) {
+    if (path == nullptr || !may(path, R_OK)) {
         return nullptr;
     }
     return load(path);
@@ -208,10 +216,10 @@ IniHandle VEL_IniLoadFile(const char *path) {
     if (path == nullptr) {
         return nullptr;
     }
-    if (access(path, F_OK) == 0) {
+    if (may(path, F_OK)) {
         return load(path);
     }
-    if (access(folder_of(path).c_str(), W_OK | X_OK) != 0) {
+    if (!may(folder_of(path).c_str(), W_OK | X_OK)) {
         return nullptr;
     }
     return new_ini().release();

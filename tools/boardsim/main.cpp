@@ -210,7 +210,6 @@ int main(int argc, char **argv) {
         ->type_name("DIR");
     app.add_option("--fault,--faults", options.faults, "put a fault on the board (may be repeated)")
         ->type_name("SPEC")
-        ->expected(1)
         ->allow_extra_args(false);
     app.add_flag("--account", options.account,
                  "print accesses, bus time and sleeps on standard error at the end");
