@@ -44,7 +44,7 @@ public:
 
 private:
     char formatted_section_[40];
-    char key_[80];
+    char key_[96];
     const char *section_;
 };
 

@@ -287,6 +287,15 @@ TEST_F(PchDisks, PlacesAreWrittenInTheirOwnWidths) {
               "[Pchdisk custom config]\nCPU0_BDF 12345:01:ff.a_port12_diskslot=9\n");
 }
 
+TEST_F(PchDisks, TheWidestPlaceIsWrittenWhole) {
+    constexpr uint32_t most = 0xFFFFFFFF;
+    PchDiskRecord record = {0x80000000, most, most, most, most, 0x80000000, 9, "S", {}};
+    EXPECT_EQ(IPMI_SaveCustomPchDiskConfig(&record, PCH_DISK_SILK, 1), 0);
+    EXPECT_EQ(files::read(pch_path),
+              "[Pchdisk custom config]\nCPU-2147483648_BDF ffffffff:ffffffff:ffffffff.ffffffff"
+              "_port-2147483648_customsilk=S\n");
+}
+
 TEST_F(PchDisks, WithoutLabelsTheDefaultsAreRead) {
     PchDiskRecord record = disk();
     EXPECT_EQ(IPMI_LoadCustomPchDiskConfig(&record, PCH_DISK_SLOT), 0);
