@@ -51,16 +51,8 @@ std::string absolute(const std::string &path) {
     return result;
 }
 
-std::unique_ptr<SharedState> open_process_state() {
-    const char *path = getenv("BOARDSIM_STATE");
-    try {
-        return path == nullptr ? std::make_unique<SharedState>()
-                               : std::make_unique<SharedState>(path);
-    } catch (const Error &error) {
-        std::fprintf(stderr, "boardsim: %s\n", error.what());
-        return nullptr;
-    }
-}
+std::atomic<SharedState *> process_wide = nullptr;
+std::atomic<bool> unusable = false;
 
 }  // namespace
 
@@ -128,9 +120,10 @@ SharedState::~SharedState() {
 }
 
 void SharedState::enlist() {
-    static const int registered =
+    static std::atomic<bool> registered = false;
+    if (!registered.exchange(true)) {
         pthread_atfork(before_fork, after_fork_in_parent, after_fork_in_child);
-    static_cast<void>(registered);
+    }
     const std::lock_guard guard(list_guard());
     next_ = list_head;
     list_head = this;
@@ -205,10 +198,28 @@ void write_state_file(const State &state, const std::string &path) {
     }
 }
 
+// Threads that come first at the same time each open the file, and one of them is taken: no lock
+// is held that a fork could leave locked in the child. The state is kept to the end of the process,
+// when destructors of other libraries may still ask.
 SharedState *process_state() {
-    // Kept to the end of the process: destructors of other libraries may still ask.
-    static SharedState *const state = open_process_state().release();
-    return state;
+    SharedState *found = process_wide.load();
+    if (found != nullptr || unusable.load()) {
+        return found;
+    }
+    const char *path = getenv("BOARDSIM_STATE");
+    try {
+        auto opened =
+            path == nullptr ? std::make_unique<SharedState>() : std::make_unique<SharedState>(path);
+        if (process_wide.compare_exchange_strong(found, opened.get())) {
+            return opened.release();
+        }
+        return found;
+    } catch (const Error &error) {
+        if (!unusable.exchange(true)) {
+            std::fprintf(stderr, "boardsim: %s\n", error.what());
+        }
+        return nullptr;
+    }
 }
 
 }  // namespace boardsim
