@@ -25,7 +25,7 @@ setup:
 
 build: setup $(if $(filter armhf,$(PRESET)),armhf-sysroot)
 	cmake --preset $(PRESET)
-	cmake --build --preset $(PRESET) --parallel $(JOBS)
+	cmake --build --preset $(PRESET) --parallel $(JOBS) $(if $(TARGETS),--target $(TARGETS))
 
 armhf-sysroot:
 	@scripts/armhf-sysroot build/armhf-sysroot

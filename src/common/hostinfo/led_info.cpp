@@ -6,20 +6,20 @@
 namespace {
 
 const LedInfo *led_by_id(uint32_t led_id) {
-    return bf::find_row(bf::board::led_table, &LedInfo::led_id, led_id);
+    return bf::find_row(bf::board::tAllLedTable, &LedInfo::led_id, led_id);
 }
 
 }  // namespace
 
 extern "C" {
 
-int32_t GetAllLedCount() { return static_cast<int32_t>(std::size(bf::board::led_table)); }
+int32_t GetAllLedCount() { return static_cast<int32_t>(std::size(bf::board::tAllLedTable)); }
 int32_t GetEpldLedCount() { return static_cast<int32_t>(std::size(bf::board::epld_led_table)); }
 int32_t GetI2cLedCount() { return 0; }
 int32_t GetGpioLedCount() { return 0; }
 
 int32_t GetLedCommonInfoByIndex(uint32_t index, LedInfo *out) {
-    return bf::copy_row(bf::row_at(bf::board::led_table, index), out);
+    return bf::copy_row(bf::row_at(bf::board::tAllLedTable, index), out);
 }
 
 int32_t GetLedCommonInfoByLedId(uint32_t led_id, LedInfo *out) {
@@ -31,7 +31,7 @@ int32_t GetLedindexByLedId(uint32_t led_id, uint32_t *index) {
     if (led == nullptr || index == nullptr) {
         return -1;
     }
-    *index = static_cast<uint32_t>(led - bf::board::led_table);
+    *index = static_cast<uint32_t>(led - bf::board::tAllLedTable);
     return 0;
 }
 

@@ -7,12 +7,12 @@
 
 namespace bf::board {
 
-inline constexpr LedInfo led_table[] = {
+inline constexpr LedInfo tAllLedTable[] = {
     // id, kind, attribute
     {0xFF, 0x00, 0x05, {}}, {0x00, 0x01, 0x03, {}}, {0x01, 0x04, 0x03, {}}, {0x58, 0x04, 0x03, {}},
     {0x59, 0x04, 0x03, {}}, {0x5A, 0x04, 0x03, {}}, {0x5B, 0x04, 0x03, {}}, {0x03, 0x08, 0x03, {}},
 };
-static_assert(std::size(led_table) == 8);
+static_assert(std::size(tAllLedTable) == 8);
 
 inline constexpr LedEpldInfo epld_led_table[] = {
     // id, register low, high, mask, on, off
