@@ -9,7 +9,8 @@
     FAMILY(cpus)                  \
     FAMILY(leds)                  \
     FAMILY(netcards)              \
-    FAMILY(raidcards)
+    FAMILY(raidcards)             \
+    FAMILY(pcie)
 
 namespace boardctl {
 

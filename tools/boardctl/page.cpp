@@ -123,7 +123,7 @@ Json Column::of(const Json &row) const {
 }
 
 void Page::put(std::string_view text, Style style) {
-    constexpr std::string_view codes[] = {"", "\x1b[1m", "\x1b[32m", "\x1b[2m"};
+    constexpr std::string_view codes[] = {"", "\x1b[1m", "\x1b[32m", "\x1b[2m", "\x1b[36m"};
     const std::string_view code = colour_ ? codes[static_cast<std::size_t>(style)] : "";
     text_ += code;
     text_ += text;
@@ -150,6 +150,14 @@ void Page::heading(std::string_view text) {
 
 void Page::line(std::string_view text) {
     put(text, Style::plain);
+    end_line();
+}
+
+void Page::pieces(const std::vector<Piece> &parts) {
+    text_ += gap;
+    for (const Piece &part : parts) {
+        put(part.text, part.style);
+    }
     end_line();
 }
 

@@ -41,10 +41,17 @@ public:
     // rows shows "none".
     void table(const Json &rows, const std::vector<Column> &columns);
 
+    enum class Style { plain, strong, good, weak, accent };
+    struct Piece {
+        std::string text;
+        Style style;
+    };
+    // One line of parts that are told apart by colour.
+    void pieces(const std::vector<Piece> &parts);
+
     const std::string &text() const { return text_; }
 
 private:
-    enum class Style { plain, strong, good, weak };
     struct Cell {
         std::string text;
         bool number;
