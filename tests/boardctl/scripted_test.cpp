@@ -46,8 +46,8 @@ std::string file_text(const char *path) {
     return text.str();
 }
 
-const std::vector<std::string> all_commands = {"identity", "maintenance", "cards",     "cpus",
-                                               "leds",     "netcards",    "raidcards", "report"};
+const std::vector<std::string> all_commands = {"identity", "maintenance", "cards", "cpus",  "leds",
+                                               "netcards", "raidcards",   "pcie",  "report"};
 
 TEST(Identity, TellsTheMainBoard) {
     main_board(t_variant_word);
@@ -412,7 +412,7 @@ TEST(Report, HoldsTheDocumentsOfAllCommands) {
         EXPECT_EQ(document, alone) << name;
     }
     EXPECT_THAT(names, testing::IsSupersetOf(
-                           {"identity", "cards", "cpus", "leds", "netcards", "raidcards"}));
+                           {"identity", "cards", "cpus", "leds", "netcards", "raidcards", "pcie"}));
     EXPECT_EQ(names.front(), "identity");
 
     const std::string table = ask({"report"}).out;

@@ -72,7 +72,7 @@ inline uint16_t own_index_word(uint32_t index) {
 // Fits the scripted platform as the file says; the platform was empty.
 inline FittedBoard fit_board(const std::string &name) {
     FittedBoard board;
-    std::ifstream file(std::string(BOARDS_DIR "/") + name + ".txt");
+    std::ifstream file(std::string(FITTED_BOARDS_DIR "/") + name + ".txt");
     EXPECT_TRUE(file.is_open()) << name;
     scripted::Platform &platform = scripted::platform();
     for (std::string line; std::getline(file, line);) {
