@@ -11,6 +11,13 @@
     FAMILY(netcards)              \
     FAMILY(raidcards)             \
     FAMILY(pcie)
+    FAMILY(config)                \
+    FAMILY(alarms)                \
+    FAMILY(customer)              \
+    FAMILY(slots_custom)          \
+    FAMILY(effect_mode)           \
+    FAMILY(soc)                   \
+    FAMILY(ipc)
 
 namespace boardctl {
 

@@ -113,7 +113,11 @@ private:
 
     Status answer(const Command &command) {
         Session session(yes_);
-        Json document = command.run(session);
+        Json document;
+        {
+            const StandardOutputAside aside;
+            document = command.run(session);
+        }
         std::string text;
         if (json_) {
             document["failures"] = session.failures();

@@ -1,5 +1,6 @@
 #include "terminal.h"
 
+#include <fcntl.h>
 #include <fmt/format.h>
 #include <unistd.h>
 
@@ -63,6 +64,22 @@ void Progress::tick() {
     if (shown) {
         fmt::print(stderr, "{}", erase_line);
         std::fflush(stderr);
+    }
+}
+
+StandardOutputAside::StandardOutputAside() {
+    std::fflush(stdout);
+    kept_ = fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, 0);
+    if (kept_ >= 0) {
+        dup2(STDERR_FILENO, STDOUT_FILENO);
+    }
+}
+
+StandardOutputAside::~StandardOutputAside() {
+    std::fflush(stdout);
+    if (kept_ >= 0) {
+        dup2(kept_, STDOUT_FILENO);
+        close(kept_);
     }
 }
 

@@ -39,6 +39,19 @@ private:
     std::thread ticker_;
 };
 
+// While it lives, what the library prints on standard output goes to standard error: the document
+// is all that stands there.
+class StandardOutputAside {
+public:
+    StandardOutputAside();
+    ~StandardOutputAside();
+    StandardOutputAside(const StandardOutputAside &) = delete;
+    StandardOutputAside &operator=(const StandardOutputAside &) = delete;
+
+private:
+    int kept_;
+};
+
 enum class Consent { given, refused, nobody_there };
 // Asks the person at the terminal; the answer is read from standard input.
 Consent ask_consent(const std::string &question);
