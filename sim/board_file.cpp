@@ -27,6 +27,7 @@ constexpr Section sections[] = {
     {"chip", Shape::tables, read_chip},
     {"gpio", Shape::table, read_gpio},
     {"epld", Shape::table, read_epld},
+    {"soc", Shape::table, read_soc},
     {"memory", Shape::table, read_memory},
     {"fault", Shape::tables, read_fault},
 };

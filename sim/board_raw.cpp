@@ -89,10 +89,7 @@ void read_epld(Builder &builder, Table &table) {
 
 void read_memory(Builder &builder, Table &table) {
     for (const auto &[address, value] : table.numbered(0xFFFFFFFF, 0xFFFFFFFF)) {
-        if (builder.board.memory_count == most_memory_words) {
-            table.fail("holds more than " + std::to_string(most_memory_words) + " words");
-        }
-        builder.board.memory[builder.board.memory_count++] = {address, value};
+        builder.set_memory(table, address, value);
     }
 }
 

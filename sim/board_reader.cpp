@@ -1,6 +1,8 @@
 #define TOML_IMPLEMENTATION
 #include "board_reader.h"
 
+#include <algorithm>
+
 #include <charconv>
 
 #include "access.h"
@@ -261,6 +263,20 @@ void Builder::set_epld_bit(uint32_t reg, uint32_t bit, bool level) {
     const uint32_t mask = 1u << bit;
     const uint32_t word = board.epld[reg];
     board.epld[reg] = static_cast<uint16_t>(level ? word | mask : word & ~mask);
+}
+
+void Builder::set_memory(const Table &from, uint32_t address, uint32_t value) {
+    MemoryWord *const end = board.memory + board.memory_count;
+    MemoryWord *const word = std::find_if(
+        board.memory, end, [&](const MemoryWord &each) { return each.address == address; });
+    if (word != end) {
+        word->value = value;
+        return;
+    }
+    if (board.memory_count == most_memory_words) {
+        from.fail("holds more than " + std::to_string(most_memory_words) + " words");
+    }
+    board.memory[board.memory_count++] = {address, value};
 }
 
 void Builder::add_fault(const Table &from, const FaultRecord &fault) {

@@ -76,6 +76,8 @@ public:
     std::span<uint8_t> cells(const ChipRecord &chip) { return cells_of(board, chip); }
 
     void set_epld_bit(uint32_t reg, uint32_t bit, bool level);
+    // A word of physical memory; what was there before is replaced.
+    void set_memory(const Table &from, uint32_t address, uint32_t value);
     void add_fault(const Table &from, const FaultRecord &fault);
 
     Board &board;
@@ -102,6 +104,7 @@ void read_psu(Builder &builder, Table &table);
 void read_gpio(Builder &builder, Table &table);
 void read_chip(Builder &builder, Table &table);
 void read_epld(Builder &builder, Table &table);
+void read_soc(Builder &builder, Table &table);
 void read_memory(Builder &builder, Table &table);
 void read_flash(Builder &builder, Table &table);
 void read_storage(Builder &builder, Table &table);

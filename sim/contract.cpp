@@ -9,6 +9,7 @@
 #include "bus.h"
 #include "chips.h"
 #include "flash.h"
+#include "scu.h"
 
 using namespace boardsim;
 
@@ -294,7 +295,11 @@ int mmap_write32(uint32_t physical, uint32_t value) {
                        if (found == nullptr) {
                            return refused;
                        }
-                       found->value = value;
+                       if (is_scu_register(physical)) {
+                           scu_write(state.board, *found, value);
+                       } else {
+                           found->value = value;
+                       }
                        return 0;
                    })
         .result;

@@ -11,6 +11,7 @@
 #include "board_file.h"
 #include "chips.h"
 #include "flash.h"
+#include "scu.h"
 
 namespace boardsim {
 
@@ -126,6 +127,10 @@ uint32_t Simulator::memory(uint32_t physical) {
 }
 void Simulator::set_memory(uint32_t physical, uint32_t value) {
     locked([&](State &state) { needed_word(state.board, physical).value = value; });
+}
+
+bool Simulator::write_memory_file(const std::string &path) {
+    return locked([&](State &state) { return scu_write_file(state.board, path); });
 }
 
 ExpanderPins Simulator::expander(std::string_view route) {

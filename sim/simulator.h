@@ -37,6 +37,9 @@ public:
     void set_fan(uint32_t tachometer, uint32_t rpm, bool answers = true);
     uint32_t memory(uint32_t physical);
     void set_memory(uint32_t physical, uint32_t value);
+    // Writes the system control unit's registers to a file, each at its physical address: what a
+    // program may see as /dev/mem. False, and no file, when the board has none of them.
+    bool write_memory_file(const std::string &path);
 
     // Chips are named by their route, "4:0x70.1:0x22".
     ExpanderPins expander(std::string_view route);

@@ -46,8 +46,10 @@ std::string file_text(const char *path) {
     return text.str();
 }
 
-const std::vector<std::string> all_commands = {"identity", "maintenance", "cards", "cpus",  "leds",
-                                               "netcards", "raidcards",   "pcie",  "report"};
+const std::vector<std::string> all_commands = {
+    "identity",    "maintenance", "cards",  "cpus",   "leds",     "netcards",
+    "raidcards",   "pcie",        "config", "alarms", "customer", "slots-custom",
+    "effect-mode", "soc",         "ipc",    "report"};
 
 TEST(Identity, TellsTheMainBoard) {
     main_board(t_variant_word);
@@ -411,8 +413,9 @@ TEST(Report, HoldsTheDocumentsOfAllCommands) {
         alone.erase("failures");
         EXPECT_EQ(document, alone) << name;
     }
-    EXPECT_THAT(names, testing::IsSupersetOf(
-                           {"identity", "cards", "cpus", "leds", "netcards", "raidcards", "pcie"}));
+    EXPECT_THAT(names,
+                testing::IsSupersetOf({"identity", "cards", "cpus", "leds", "netcards", "raidcards",
+                                       "pcie", "config", "alarms", "customer", "slots-custom"}));
     EXPECT_EQ(names.front(), "identity");
 
     const std::string table = ask({"report"}).out;

@@ -10,7 +10,7 @@
     FAMILY(leds)                  \
     FAMILY(netcards)              \
     FAMILY(raidcards)             \
-    FAMILY(pcie)
+    FAMILY(pcie)                  \
     FAMILY(config)                \
     FAMILY(alarms)                \
     FAMILY(customer)              \

@@ -35,7 +35,8 @@ enum Exit {
 constexpr const char *footer = R"(
 The program finds /conf, /var, /resvz and /extlog, System V keys, POSIX semaphores, processes and
 network of its own; everything else is the machine's. What it reads from the hardware is the board
-of the file, which all processes inside share.
+of the file, which all processes inside share. As /dev/mem they find the SoC's registers as they are
+when the program starts.
 
 Without --state everything is gone when the program ends. With --state DIR the folders are kept in
 DIR and the board itself in DIR/board.state: a later run goes on with registers, EEPROMs and GPIOs
@@ -95,6 +96,7 @@ public:
     StateFolder &operator=(const StateFolder &) = delete;
 
     std::string board_state() const { return path_ + "/board.state"; }
+    std::string physical_memory() const { return path_ + "/board.memory"; }
 
 private:
     std::string path_;
@@ -163,8 +165,11 @@ void check_sandbox(const std::string &script) {
 }
 
 std::vector<std::string> sandboxed(const Options &options, const std::string &script,
-                                   const std::string &state) {
+                                   const std::string &state, const std::string &memory) {
     std::vector<std::string> command = {script, "--board", state};
+    if (!memory.empty()) {
+        command.insert(command.end(), {"--dev-mem", memory});
+    }
     if (!options.state.empty()) {
         command.insert(command.end(), {"--state", options.state});
     }
@@ -189,7 +194,10 @@ int run(const Options &options) {
     }
     Simulator simulator(state);
     const boardsim::Accounts before = simulator.accounts();
-    const int status = boardsim::run(sandboxed(options, script, state));
+    const std::string memory = folder.physical_memory();
+    const bool has_memory = simulator.write_memory_file(memory);
+    const int status =
+        boardsim::run(sandboxed(options, script, state, has_memory ? memory : std::string()));
     if (options.account) {
         fmt::print(stderr, "{}", boardsim::account_report(before, simulator.accounts()));
     }
