@@ -398,7 +398,8 @@ TEST(Ipc, ListsEveryKey) {
     const Outcome outcome = ask({"ipc", "--json"});
     EXPECT_EQ(outcome.status, 0) << outcome.err;
     std::set<int> keys, segments;
-    for (const Json &row : outcome.json()["keys"]) {
+    const Json document = outcome.json();
+    for (const Json &row : document["keys"]) {
         keys.insert(row["key"].get<int>());
         if (row["has_segment"] == true) {
             segments.insert(row["key"].get<int>());
@@ -430,7 +431,7 @@ TEST(Ipc, TellsSizeValueAndLastUser) {
     EXPECT_EQ(custom["semaphore"], (Json{{"value", 0}, {"waiting", 0}, {"last_user", self}}));
     EXPECT_TRUE(custom["segment"].is_null());
     EXPECT_THAT(ask({"ipc"}).out,
-                testing::ContainsRegex("\n   4138  yes +256 +2 +[0-9]+ test_boardctl_s +disabled"));
+                testing::ContainsRegex("\n +4138  yes +256 +2 +[0-9]+ test_boardctl_s +disabled"));
     OAL_PutMemResourceAddr(4138, address);
 }
 

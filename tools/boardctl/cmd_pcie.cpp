@@ -160,8 +160,8 @@ Json lanes_json(const pcieid_workspace &work) {
                 spans.push_back(span_json(lane, here));
             }
             spans.back()["width"] = spans.back()["width"].get<uint32_t>() + 1;
-            free += here.empty() ? 1 : 0;
-            shared += here.size() > 1 ? 1 : 0;
+            free += here.empty() ? 1u : 0u;
+            shared += here.size() > 1 ? 1u : 0u;
         }
         rows.push_back({{"cpu", cpu},
                         {"lanes", lanes},
