@@ -19,8 +19,7 @@ BF_EXTERN_C_BEGIN
 #define OAL_NET_GET_MAC 0x80108103u   /* the MAC address could not be read */
 #define OAL_NET_SET_MAC 0x80108104u   /* … written */
 #define OAL_NET_GET_ADDRESS 0x80108105u /* the address or the MTU could not be read */
-#define OAL_NET_SET_ADDRESS 0x80108106u /* the address could not be written, a route not changed \
-                                         */
+#define OAL_NET_SET_ADDRESS 0x80108106u /* an address not written, a route not changed */
 #define OAL_NET_BAD_TEXT 0x80108107u    /* no address text, or an answer beyond 15 characters */
 #define OAL_NET_GET_MASK 0x80108108u    /* the mask could not be read */
 #define OAL_NET_SET_MASK 0x80108109u    /* … written */

@@ -8,8 +8,8 @@
 #include <cstring>
 #include <ctime>
 
-#include "base/stream.h"
 #include "base/log.h"
+#include "base/stream.h"
 #include "boardfeatures/process.h"
 
 static constexpr char log_source[] = "vel_oal";
