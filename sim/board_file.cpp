@@ -18,6 +18,7 @@ constexpr Section sections[] = {
     {"time", Shape::table, read_time},
     {"mainboard", Shape::table, read_mainboard},
     {"card", Shape::tables, read_card},
+    {"backplane", Shape::tables, read_backplane},
     {"fan", Shape::tables, read_fan},
     {"psu", Shape::tables, read_psu},
     {"present", Shape::table, read_present},

@@ -73,7 +73,8 @@ bool says_identifier(const Table &table) {
     return false;
 }
 
-void fit_identifier(Builder &builder, Table &table, const Route &route, const char *name) {
+void fit_identifier(Builder &builder, Table &table, const Route &route, const char *name,
+                    std::optional<uint32_t> known_board) {
     uint16_t word = 0;
     if (const auto raw = table.number("word", 0, 0xFFFF)) {
         for (const char *key : {"board", "pcb", "bom", "parity"}) {
@@ -83,7 +84,9 @@ void fit_identifier(Builder &builder, Table &table, const Route &route, const ch
         }
         word = static_cast<uint16_t>(*raw);
     } else {
-        const uint32_t board = table.required_number("board", lowest_board, highest_board);
+        const uint32_t board = known_board
+                                   ? *known_board
+                                   : table.required_number("board", lowest_board, highest_board);
         const uint32_t pcb = table.number("pcb", 0, 3).value_or(0);
         const uint32_t bom = table.number("bom", 0, 7).value_or(0);
         word = identifier_word(board, pcb, bom, table.flag("parity").value_or(true));
@@ -144,29 +147,15 @@ void clear_pin(Builder &builder, const Table &table, const Position &position) {
     pins = static_cast<uint8_t>(pins & ~mask);
 }
 
-}  // namespace
-
-std::optional<Route> identifier_route(std::string_view position) {
-    if (position == "mainboard") {
-        return parse_route(mainboard_identifier);
-    }
-    const Position *found = find_position(position);
-    return found == nullptr || found->identifier == nullptr ? std::nullopt
-                                                            : parse_route(found->identifier);
-}
-
-void read_mainboard(Builder &builder, Table &table) {
-    fit_identifier(builder, table, parse_route(mainboard_identifier).value(), "mainboard");
-}
-
-void read_card(Builder &builder, Table &table) {
-    const Position &position = position_of(table);
+void fit(Builder &builder, Table &table, const Position &position,
+         std::optional<uint32_t> known_board) {
     if (position.identifier == nullptr) {
         if (says_identifier(table)) {
             table.fail("a card in " + std::string(position.name) + " carries no identifier");
         }
-    } else if (position.shown == Shown::by_identifier || says_identifier(table)) {
-        fit_identifier(builder, table, parse_route(position.identifier).value(), position.name);
+    } else if (position.shown == Shown::by_identifier || known_board || says_identifier(table)) {
+        fit_identifier(builder, table, parse_route(position.identifier).value(), position.name,
+                       known_board);
     }
     switch (position.shown) {
         case Shown::by_identifier:
@@ -179,6 +168,29 @@ void read_card(Builder &builder, Table &table) {
             break;
     }
 }
+
+}  // namespace
+
+std::optional<Route> identifier_route(std::string_view position) {
+    if (position == "mainboard") {
+        return parse_route(mainboard_identifier);
+    }
+    const Position *found = find_position(position);
+    return found == nullptr || found->identifier == nullptr ? std::nullopt
+                                                            : parse_route(found->identifier);
+}
+
+void fit_card(Builder &builder, Table &table, std::string_view position,
+              std::optional<uint32_t> known_board) {
+    fit(builder, table, *find_position(position), known_board);
+}
+
+void read_mainboard(Builder &builder, Table &table) {
+    fit_identifier(builder, table, parse_route(mainboard_identifier).value(), "mainboard",
+                   std::nullopt);
+}
+
+void read_card(Builder &builder, Table &table) { fit(builder, table, position_of(table), {}); }
 
 void read_present(Builder &builder, Table &table) {
     for (const Position &each : positions) {

@@ -63,6 +63,13 @@ private:
     std::set<std::string, std::less<>> asked_;
 };
 
+// Where an end of a slimline cable goes. The expander in the cable's plug is on this route then.
+struct Plug {
+    Route route;
+    uint32_t index;     // an uplink's own
+    std::string cable;  // place of the cable that is in it; empty = none
+};
+
 // The board that the sections of a file put together.
 class Builder {
 public:
@@ -81,6 +88,7 @@ public:
     void add_fault(const Table &from, const FaultRecord &fault);
 
     Board &board;
+    std::map<std::string, Plug> uplinks;  // of the fitted backplanes, "F I2C 1 SLIMLINE A"
 
 private:
     std::map<std::string, std::string> fitted_;  // route and the place of its chip
@@ -97,6 +105,7 @@ struct Section {
 
 void read_mainboard(Builder &builder, Table &table);
 void read_card(Builder &builder, Table &table);
+void read_backplane(Builder &builder, Table &table);
 void read_present(Builder &builder, Table &table);
 void read_chassis(Builder &builder, Table &table);
 void read_fan(Builder &builder, Table &table);
@@ -114,6 +123,11 @@ void read_fault(Builder &builder, Table &table);
 
 // The route of the identifier chip of a card position named as in a board file, if it has one.
 std::optional<Route> identifier_route(std::string_view position);
+
+// Fits a card in a position named so. Its identifier is what the table's keys say; its board
+// number is the one given, if there is one.
+void fit_card(Builder &builder, Table &table, std::string_view position,
+              std::optional<uint32_t> known_board);
 
 FaultRecord parse_fault(Table &table, Origin origin);
 

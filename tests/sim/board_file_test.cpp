@@ -99,6 +99,26 @@ INSTANTIATE_TEST_SUITE_P(
         Wrong{"[chassis]\nopen = true", "x.toml:2: chassis.open: unknown key"}));
 
 INSTANTIATE_TEST_SUITE_P(
+    Backplanes, WrongFile,
+    testing::Values(
+        Wrong{"[[backplane]]\nmodel = \"BPFA\"", "x.toml:1: backplane.connector: is missing"},
+        Wrong{"[[backplane]]\nconnector = \"F I2C 1\"", "x.toml:1: backplane.model: is missing"},
+        Wrong{
+            "[[backplane]]\nconnector = \"F I2C 4\"\nmodel = \"BPFA\"",
+            "x.toml:2: backplane.connector: there is no connector \"F I2C 4\"; there are F I2C 1, "
+            "F I2C 2, F I2C 3, R I2C 4, R I2C 5, R I2C 7, R I2C 8, M I2C 6"},
+        Wrong{"[[backplane]]\nconnector = \"F I2C 1\"\nmodel = \"BPFH\"",
+              "x.toml:3: backplane.model: there is no model \"BPFH\"; there are BPFA, BPFB, BPFC, "
+              "BPFD, BPFE, BPFF, BPFG, BPMA, BPRA, BPRB, BPRD, BPRE"},
+        Wrong{"[[backplane]]\nconnector = \"F I2C 1\"\nmodel = \"BPFA\"\nboard = 0x5459",
+              "x.toml:4: backplane.board: unknown key"},
+        Wrong{"[[backplane]]\nconnector = \"F I2C 1\"\nmodel = \"BPFA\"\npcb = 4",
+              "x.toml:4: backplane.pcb: 0x4 is out of range"},
+        Wrong{"[[card]]\nposition = \"bpfa_1\"\nboard = 0x5459\n[[backplane]]\nconnector = "
+              "\"F I2C 1\"\nmodel = \"BPFA\"",
+              "x.toml:4: backplane: a chip at 7:0x20 is already fitted by x.toml:1"}));
+
+INSTANTIATE_TEST_SUITE_P(
     FansAndPower, WrongFile,
     testing::Values(
         Wrong{"[[fan]]\nfront_rpm = 1", "x.toml:1: fan.module: is missing"},
@@ -308,6 +328,26 @@ TEST_F(Fitted, EveryPositionByKeyAndByName) {
             if (row.presence != nullptr && row.presence[0] != '\0') {
                 EXPECT_EQ(board_.expander(row.presence).input, 0xFFFF & ~(1u << row.bit));
             }
+        }
+    }
+}
+
+TEST_F(Fitted, BackplanesByConnectorAndModel) {
+    const std::pair<const char *, const char *> connectors[] = {
+        {"F I2C 1", "7:0x20"}, {"F I2C 2", "8:0x20"}, {"F I2C 3", "9:0x20"},
+        {"R I2C 4", "3:0x20"}, {"R I2C 5", "4:0x20"}, {"R I2C 7", "5:0x20"},
+        {"R I2C 8", "6:0x20"}, {"M I2C 6", "10:0x20"}};
+    const std::pair<const char *, uint16_t> models[] = {
+        // PCB 1, BOM 2, odd parity
+        {"BPFA", 0x8B2A}, {"BPFB", 0x1DEA}, {"BPFC", 0x0B6A}, {"BPFD", 0x0BCA},
+        {"BPFE", 0x8DEA}, {"BPFF", 0x0E6A}, {"BPFG", 0x8E4A}, {"BPMA", 0x8E8A},
+        {"BPRA", 0x0C8A}, {"BPRB", 0x8CAA}, {"BPRD", 0x0D6A}, {"BPRE", 0x8C0A}};
+    for (const auto &[connector, route] : connectors) {
+        for (const auto &[model, word] : models) {
+            SCOPED_TRACE(std::string(connector) + ' ' + model);
+            board("[[backplane]]\nconnector = \"" + std::string(connector) + "\"\nmodel = \"" +
+                  model + "\"\npcb = 1\nbom = 2\n");
+            EXPECT_EQ(sim().expander(route).input, word);
         }
     }
 }
