@@ -166,11 +166,11 @@ BF_API int32_t FAN_GetCoolingModeParaByHDbk(uint32_t hdbk_id, uint32_t fan_type,
 BF_API int32_t FAN_GetShareMainbaordCoolingModeParaByHDbk(
     uint32_t hdbk_id, uint32_t fan_type, CoolingModeRecord records[FAN_COOLING_MODES]);
 
-/* The fan type in a tray: 8 for a rear rotor (fan_index 4..7) when the flag is not 0, else 7; 255
- * for another fan. FAN_GetFantype_Tarn makes no look-up. */
-BF_API int32_t FAN_GetFantrayType(uint8_t flag, uint32_t fan_index);
-BF_API int32_t FAN_GetShareMainbaordFantrayType(uint8_t flag, uint32_t fan_index);
-BF_API int32_t FAN_GetFantype_Tarn(uint8_t flag, uint32_t fan_index);
+/* The fan type in a tray: 8 for a rear rotor (fan_index 4..7) when the flag's low byte is not 0,
+ * else 7; 255 for another fan. FAN_GetFantype_Tarn makes no look-up. */
+BF_API int32_t FAN_GetFantrayType(uint32_t flag, uint32_t fan_index);
+BF_API int32_t FAN_GetShareMainbaordFantrayType(uint32_t flag, uint32_t fan_index);
+BF_API int32_t FAN_GetFantype_Tarn(uint32_t flag, uint32_t fan_index);
 /* The highest PWM of a fan type: 255, for type 8 220 until `Fell` was recognised. No look-up. */
 BF_API int32_t FAN_GetMaxPwmFanType(uint32_t fan_type);
 BF_API int32_t _FAN_GetShareMainbaordMaxPwmByFanType(uint32_t fan_type);

@@ -1,28 +1,25 @@
 // Fans by index, PWM output and tachometer; their labels, control and presence.
-#include <unistd.h>
-
 #include <array>
 #include <atomic>
 #include <cstdio>
 
-#include "base/bits.h"
 #include "base/lookup.h"
 #include "cooling/configuration.h"
+#include "cooling/fan_presence.h"
+#include "cooling/records.h"
 
 using namespace bf::board;
 using bf::cooling::fell_known;
+using bf::cooling::give;
+using bf::cooling::take;
 
 namespace {
 
-constexpr char epld_reset_flag[] = "/var/epldresetflag";
 constexpr uint32_t no_slot_number = 0;
 
 // A caller's switching changes the rows of the configuration of the moment.
 FanIndexMap fan_rows_tarn = fan_rows;
 FanIndexMap fan_rows_fell = fan_rows;
-
-// The last EPLD answer of any fan.
-std::atomic<uint32_t> last_presence{0};
 
 FanIndexMap runtime_map = {};
 std::array<FanAllocationInfo, 2> allocation_infos = {};
@@ -70,41 +67,6 @@ void switch_control(uint32_t fan_index, uint8_t enabled) {
     if (FanRow *row = row_by_position(fan_index)) {
         control_of(*row).store(enabled, std::memory_order_relaxed);
     }
-}
-
-const FanPresence *presence_of(uint32_t fan_index) {
-    for (const FanPresence &row : fan_presence) {
-        const bool known_method =
-            row.method == by_epld_bit || row.method == by_expander_input || row.method == by_speed;
-        if (row.fan_index == fan_index && known_method) {
-            return &row;
-        }
-    }
-    return nullptr;
-}
-
-int32_t present_by_epld(const FanPresence &row) {
-    if (access(epld_reset_flag, F_OK) == 0) {
-        return static_cast<int32_t>(last_presence.load(std::memory_order_relaxed));
-    }
-    uint16_t value = 0;
-    if (epldio_read(fan_presence_register, &value) != 0) {
-        return 0;
-    }
-    const uint32_t present = bf::bit_of(value, row.epld_bit);
-    last_presence.store(present, std::memory_order_relaxed);
-    return static_cast<int32_t>(present);
-}
-
-int32_t present_by_expander(const FanPresence &row) {
-    uint32_t level = 0;
-    return ei2c_pca9535_get_value(&row.route, row.pin, &level) >= 0 && level == 0;
-}
-
-int32_t present_by_speed(const FanPresence &row) {
-    uint32_t rpm = 0;
-    const auto number = static_cast<uint32_t>(&row - fan_presence);
-    return get_fan_speed(0, number, &rpm) >= 0 && rpm != 0;
 }
 
 }  // namespace
@@ -178,37 +140,21 @@ int32_t GetFanOnlineStatus(uint32_t fan_index) {
     if (fan_index >= static_cast<uint32_t>(GetFanMaxCount_Board())) {
         return -1;
     }
-    const FanPresence *row = presence_of(fan_index);
-    if (row == nullptr) {
-        return 0;
-    }
-    switch (row->method) {
-        case by_epld_bit:
-            return present_by_epld(*row);
-        case by_expander_input:
-            return present_by_expander(*row);
-        default:
-            return present_by_speed(*row);
-    }
+    return bf::cooling::fan_present(fan_presence, fan_index);
 }
 
 int32_t IsSupportMockPresent(uint32_t fan_index) {
-    for (const FanPresence &row : fan_presence) {
-        if (row.fan_index == fan_index && row.method == by_speed) {
-            return 1;
-        }
-    }
-    return 0;
+    return bf::cooling::present_by_speed_only(fan_presence, fan_index);
 }
 
-int32_t SetFanIndexMap(const FanIndexMap *map) { return bf::copy_row(map, &runtime_map); }
-int32_t GetFanIndexMap(FanIndexMap *map) { return bf::copy_row<FanIndexMap>(&runtime_map, map); }
+int32_t SetFanIndexMap(const FanIndexMap *map) { return take(runtime_map, map); }
+int32_t GetFanIndexMap(FanIndexMap *map) { return give(map, runtime_map); }
 
 int32_t SetFanAllocationINfo(const FanAllocationInfo *info, uint32_t block) {
-    return block < allocation_infos.size() ? bf::copy_row(info, &allocation_infos[block]) : -1;
+    return block < allocation_infos.size() ? take(allocation_infos[block], info) : -1;
 }
 int32_t GetAllocationINfo(FanAllocationInfo *info, uint32_t block) {
-    return bf::copy_row<FanAllocationInfo>(bf::row_at(allocation_infos, block), info);
+    return block < allocation_infos.size() ? give(info, allocation_infos[block]) : -1;
 }
 
 int32_t IsSupportPartitionCtrolFan() {

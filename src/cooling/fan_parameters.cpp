@@ -24,12 +24,12 @@ int32_t rpm_of(const RpmLimit &limit, uint32_t fan_index, uint32_t fan_type) {
     return fan->rear != 0 ? limit.rear : limit.front;
 }
 
-int32_t fan_type_in_tray(uint8_t flag, uint32_t fan_index) {
+int32_t fan_type_in_tray(uint32_t flag, uint32_t fan_index) {
     const FanKind *fan = bf::row_at(fan_kinds, fan_index);
     if (fan == nullptr) {
         return no_fan_type;
     }
-    return fan->rear != 0 && flag != 0 ? FAN_TYPE_DUAL_ROTOR : FAN_TYPE_SINGLE_ROTOR;
+    return fan->rear != 0 && (flag & 0xFF) != 0 ? FAN_TYPE_DUAL_ROTOR : FAN_TYPE_SINGLE_ROTOR;
 }
 
 std::span<const CoolingModeRecord> cooling_modes(bool fell) {
@@ -105,14 +105,14 @@ int32_t FAN_GetMaxIntempLevel() { return FAN_GetShareMainbaordMaxIntempLevel(); 
 int32_t FAN_GetShareMainbaordIntempRevises() { return choose(inlet_revises); }
 int32_t FAN_GetIntempRevises() { return FAN_GetShareMainbaordIntempRevises(); }
 
-int32_t FAN_GetShareMainbaordFantrayType(uint8_t flag, uint32_t fan_index) {
+int32_t FAN_GetShareMainbaordFantrayType(uint32_t flag, uint32_t fan_index) {
     is_fell();  // a member like the others: the look-up is made, the answer is the same in both
     return fan_type_in_tray(flag, fan_index);
 }
-int32_t FAN_GetFantrayType(uint8_t flag, uint32_t fan_index) {
+int32_t FAN_GetFantrayType(uint32_t flag, uint32_t fan_index) {
     return FAN_GetShareMainbaordFantrayType(flag, fan_index);
 }
-int32_t FAN_GetFantype_Tarn(uint8_t flag, uint32_t fan_index) {
+int32_t FAN_GetFantype_Tarn(uint32_t flag, uint32_t fan_index) {
     return fan_type_in_tray(flag, fan_index);
 }
 
@@ -222,15 +222,14 @@ int32_t FAN_GetShareMainbaordCoolingModeParaByHDbk(uint32_t hdbk_id, uint32_t fa
     if (records == nullptr) {
         return -1;
     }
-    records[0] = {};
+    give(records, CoolingModeRecord{});
     const bool fell = is_fell();
     // `Fell` has one backplane combination, so the caller's is not asked.
     const uint32_t wanted = fell ? fell_hdbk_id : hdbk_id;
     int32_t result = -1;
     for (const CoolingModeRecord &row : cooling_modes(fell)) {
         if (row.hdbk_id == wanted && row.fan_type == fan_type) {
-            records[row.mode] = row;
-            result = 0;
+            result = give(&records[row.mode], row);
         }
     }
     return result;

@@ -1,4 +1,4 @@
-// Filling the buffers of cooling getters, which may lie at any address.
+// Filling and reading the callers' buffers, which may lie at any address.
 #pragma once
 
 #include <cstdint>
@@ -19,7 +19,17 @@ int32_t give(void *out, const Fact &fact) {
     return 0;
 }
 
-// The same after the platform's bounded clearing.
+// Keeps what a caller's buffer holds: 0, or -1 for a null.
+template <typename Fact>
+int32_t take(Fact &kept, const void *in) {
+    if (in == nullptr) {
+        return -1;
+    }
+    std::memcpy(&kept, in, sizeof(kept));
+    return 0;
+}
+
+// Gives after the platform's bounded clearing.
 template <typename Fact>
 int32_t give_cleared_s(void *out, const Fact &fact) {
     if (out == nullptr) {

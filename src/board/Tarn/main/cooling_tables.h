@@ -4,6 +4,7 @@
 #include <iterator>
 
 #include "boardfeatures/cooling.h"
+#include "cooling/fan_presence.h"
 #include "main/fan_power_table.h"
 
 namespace bf::board {
@@ -207,27 +208,18 @@ inline constexpr FanIndexMap fan_rows = {{
     {7, 3, 7, 0, 1, "4R", {}, "fan4", 4},
 }};
 
-enum PresenceMethod : uint8_t { by_epld_bit = 0, by_expander_input = 1, by_speed = 0xFF };
-
-struct FanPresence {
-    uint8_t fan_index;
-    uint8_t method;
-    uint8_t epld_bit;
-    uint8_t pin;
-    I2cChipRoute route;  // of the expander; its name is the module's
-};
-static_assert(sizeof(FanPresence) == 36);
-
 inline constexpr uint32_t fan_presence_register = 0x208;
-inline constexpr FanPresence fan_presence[] = {
-    {0, by_epld_bit, 6, 0, {0, 0, 0, 0, 0, "fan1"}},
-    {1, by_epld_bit, 7, 0, {0, 0, 0, 0, 0, "fan2"}},
-    {2, by_epld_bit, 8, 0, {0, 0, 0, 0, 0, "fan3"}},
-    {3, by_epld_bit, 9, 0, {0, 0, 0, 0, 0, "fan4"}},
-    {4, by_epld_bit, 6, 0, {0, 0, 0, 0, 0, "fan1"}},
-    {5, by_epld_bit, 7, 0, {0, 0, 0, 0, 0, "fan2"}},
-    {6, by_epld_bit, 8, 0, {0, 0, 0, 0, 0, "fan3"}},
-    {7, by_epld_bit, 9, 0, {0, 0, 0, 0, 0, "fan4"}},
+
+// How each fan's presence is known: fan, method, EPLD bit; the module is named in the route.
+inline constexpr cooling::FanPresence fan_presence[] = {
+    {0, cooling::by_epld_bit, 6, 0, {0, 0, 0, 0, 0, "fan1"}},
+    {1, cooling::by_epld_bit, 7, 0, {0, 0, 0, 0, 0, "fan2"}},
+    {2, cooling::by_epld_bit, 8, 0, {0, 0, 0, 0, 0, "fan3"}},
+    {3, cooling::by_epld_bit, 9, 0, {0, 0, 0, 0, 0, "fan4"}},
+    {4, cooling::by_epld_bit, 6, 0, {0, 0, 0, 0, 0, "fan1"}},
+    {5, cooling::by_epld_bit, 7, 0, {0, 0, 0, 0, 0, "fan2"}},
+    {6, cooling::by_epld_bit, 8, 0, {0, 0, 0, 0, 0, "fan3"}},
+    {7, cooling::by_epld_bit, 9, 0, {0, 0, 0, 0, 0, "fan4"}},
 };
 
 inline constexpr uint8_t fan_types[] = {FAN_TYPE_SINGLE_ROTOR, FAN_TYPE_DUAL_ROTOR};
