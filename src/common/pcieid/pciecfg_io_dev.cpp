@@ -8,8 +8,8 @@
 #include <cstdio>
 #include <cstring>
 
-#include "base/file.h"
 #include "base/lookup.h"
+#include "base/stream.h"
 #include "boardfeatures/pcieid.h"
 #include "common/pcieid/pciecfg_image.h"
 #include "common/pcieid/pcieid_log.h"
@@ -277,7 +277,7 @@ int32_t ufm_page_read(uint32_t page, PageWords &words) {
 
 // The copy is for inspection: that it cannot be written stops nothing.
 void pciecfg_write_file(const char *path, const pciecfg_image &image) {
-    bf::OutputFile file(path);
+    const bf::Stream file(path, "w+", bf::Buffer::none);
     const size_t written = file.write(&image, sizeof(image));
     if (written != sizeof(image)) {
         const int error = errno;
@@ -413,7 +413,7 @@ int32_t pciecfg_dev_dumpfile(const char *path) {
         return device.taken();
     }
     {
-        bf::OutputFile file(path);
+        const bf::Stream file(path, "w+", bf::Buffer::none);
         for (uint32_t page = 0; file && page < UFM_PAGE_COUNT; ++page) {
             uint8_t record[UFM_PAGE_SIZE];
             std::memcpy(record, "DEADBEAFDEADBEAF", sizeof(record));
