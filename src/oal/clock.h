@@ -1,9 +1,15 @@
-// The clock lines of the test functions.
+// The clock as logs and test functions write it.
 #pragma once
 
 #include <ctime>
 
 namespace bf::oal {
+
+struct TimeText {
+    char text[20];  // "YYYY-MM-DD hh:mm:ss"
+};
+// The local time, by the time zone that is set now.
+TimeText local_time();
 
 inline timespec clock_now() {
     timespec now = {};

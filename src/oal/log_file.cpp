@@ -5,7 +5,6 @@
 #include <cstdarg>
 #include <cstdio>
 #include <cstring>
-#include <ctime>
 #include <iterator>
 
 #include "base/stream.h"
@@ -35,12 +34,7 @@ int32_t say_not_opened() {
 
 void write_prefixes(FILE *stream, uint32_t flags) {
     if ((flags & OAL_LOG_TIME) != 0) {
-        const time_t now = time(nullptr);
-        tm local = {};
-        char text[20] = {};
-        localtime_r(&now, &local);
-        std::strftime(text, sizeof(text), "%F %T", &local);
-        std::fprintf(stream, "%s ", text);
+        std::fprintf(stream, "%s ", bf::oal::local_time().text);
     }
     if ((flags & OAL_LOG_PID) != 0) {
         std::fprintf(stream, "[%d] ", getpid());

@@ -6,11 +6,11 @@
 #include <cstdarg>
 #include <cstdio>
 #include <cstring>
-#include <ctime>
 
 #include "base/log.h"
 #include "base/stream.h"
 #include "boardfeatures/process.h"
+#include "oal/clock.h"
 
 static constexpr char log_source[] = "vel_oal";
 
@@ -41,13 +41,8 @@ constexpr uint32_t dropped_lines = 3000;
 // Builds a line in `line`; its length, newline included.
 BP_PRINTF(2, 0)
 std::size_t build_line(char (&line)[line_size], const char *format, va_list values) {
-    tzset();
-    const time_t now = time(nullptr);
-    tm local = {};
-    localtime_r(&now, &local);
-    std::size_t length = std::strftime(line, sizeof(line), "%F %T", &local);
-    std::memcpy(line + length, "| ", 3);
-    length += 2;
+    std::snprintf(line, sizeof(line), "%s| ", bf::oal::local_time().text);
+    std::size_t length = std::strlen(line);
     std::vsnprintf(line + length, sizeof(line) - length, format, values);
     length += std::strlen(line + length);
     if (line[length - 1] == '\n') {

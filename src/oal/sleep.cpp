@@ -3,7 +3,6 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <cstdio>
 
 #include "boardfeatures/process.h"
 #include "oal/clock.h"
@@ -21,10 +20,6 @@ int sleep_us(uint32_t microseconds) {
     return result;
 }
 
-void print_rule() {
-    std::printf("------------------------------------------------------------------\n");
-}
-
 template <typename Sleep>
 int32_t timed(Sleep sleep, uint32_t time) {
     const timespec before = bf::oal::clock_now();
@@ -34,19 +29,6 @@ int32_t timed(Sleep sleep, uint32_t time) {
 }
 
 }  // namespace
-
-namespace bf::oal {
-
-void print_clock(const timespec &before, const timespec &after) {
-    print_rule();
-    std::printf("  tv1.tv_sec = %08ld, tv1.tv_nsec = %010ld\n", static_cast<long>(before.tv_sec),
-                before.tv_nsec);
-    std::printf("  tv2.tv_sec = %08ld, tv2.tv_nsec = %010ld\n", static_cast<long>(after.tv_sec),
-                after.tv_nsec);
-    print_rule();
-}
-
-}  // namespace bf::oal
 
 extern "C" {
 

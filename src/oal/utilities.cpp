@@ -17,33 +17,34 @@ namespace {
 constexpr char stat_path[] = "/proc/stat";
 constexpr uint32_t json_open_flag = 1;
 
+// Ticks since boot; they wrap as the kernel's do.
 struct CpuTimes {
-    long total;
-    long idle;
+    uint64_t total;
+    uint64_t idle;
 };
 
-// The times since boot in the first line of the file; none when it is of another form.
+// The times in the first line of the file; none when it is of another form.
 std::optional<CpuTimes> read_times(FILE *stat) {
-    char line[128] = {};
-    long user = 0;
-    long nice = 0;
-    long system = 0;
-    long idle = 0;
-    long iowait = 0;
-    long irq = 0;
-    long softirq = 0;
+    char line[128];
+    // user, nice, system, idle, iowait, irq, softirq
+    long ticks[7];
     if (std::fgets(line, sizeof(line), stat) == nullptr ||
-        std::sscanf(line, "%*s %ld %ld %ld %ld %ld %ld %ld", &user, &nice, &system, &idle, &iowait,
-                    &irq, &softirq) != 7) {
+        std::sscanf(line, "%*s %ld %ld %ld %ld %ld %ld %ld", &ticks[0], &ticks[1], &ticks[2],
+                    &ticks[3], &ticks[4], &ticks[5], &ticks[6]) != 7) {
         return std::nullopt;
     }
-    return CpuTimes{user + nice + system + idle + iowait + irq + softirq, idle};
+    CpuTimes times = {0, static_cast<uint64_t>(ticks[3])};
+    for (const long tick : ticks) {
+        times.total += static_cast<uint64_t>(tick);
+    }
+    return times;
 }
 
+// Counters that did not move say nothing: 0.
 float usage_percent(const CpuTimes &before, const CpuTimes &after) {
-    const auto total = static_cast<float>(after.total - before.total);
-    const auto idle = static_cast<float>(after.idle - before.idle);
-    return total > 0 ? (total - idle) / total * 100 : 0;
+    const auto total = static_cast<float>(static_cast<int64_t>(after.total - before.total));
+    const auto idle = static_cast<float>(static_cast<int64_t>(after.idle - before.idle));
+    return total != 0 ? (total - idle) / total * 100 : 0;
 }
 
 }  // namespace
