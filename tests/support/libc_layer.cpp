@@ -3,12 +3,20 @@
 #include <dirent.h>
 #include <dlfcn.h>
 #include <fcntl.h>
+#include <net/if.h>
+#include <net/route.h>
+#include <netinet/in.h>
 #include <semaphore.h>
+#include <signal.h>
+#include <sys/ioctl.h>
 #include <sys/ipc.h>
 #include <sys/mman.h>
+#include <sys/select.h>
 #include <sys/sem.h>
 #include <sys/shm.h>
+#include <sys/socket.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <time.h>
 #include <unistd.h>
 
@@ -150,6 +158,56 @@ std::string path_for(const char *path) {
         }
     }
     return path;
+}
+
+std::string address_text(const sockaddr &address) {
+    sockaddr_in typed;
+    std::memcpy(&typed, &address, sizeof(typed));
+    const uint32_t host = ntohl(typed.sin_addr.s_addr);
+    return text_of("%u:%u.%u.%u.%u", typed.sin_family, host >> 24, host >> 16 & 0xFF,
+                   host >> 8 & 0xFF, host & 0xFF);
+}
+
+// The request, what it is about, and what it writes; addresses with their family before them.
+std::string ioctl_text(unsigned long request, const void *argument) {
+    const auto *interface = static_cast<const ifreq *>(argument);
+    const auto *route = static_cast<const rtentry *>(argument);
+    switch (request) {
+#define READ_REQUEST(name) \
+    case name:             \
+        return text_of(#name " %.16s", interface->ifr_name)
+        READ_REQUEST(SIOCGIFFLAGS);
+        READ_REQUEST(SIOCGIFHWADDR);
+        READ_REQUEST(SIOCGIFADDR);
+        READ_REQUEST(SIOCGIFNETMASK);
+        READ_REQUEST(SIOCGIFMTU);
+#undef READ_REQUEST
+        case SIOCSIFFLAGS:
+            return text_of("SIOCSIFFLAGS %.16s 0x%X", interface->ifr_name,
+                           static_cast<unsigned short>(interface->ifr_flags));
+        case SIOCSIFHWADDR: {
+            std::string text = text_of("SIOCSIFHWADDR %.16s %u:", interface->ifr_name,
+                                       interface->ifr_hwaddr.sa_family);
+            for (int i = 0; i < 6; ++i) {
+                text += text_of("%02X", interface->ifr_hwaddr.sa_data[i] & 0xFF);
+            }
+            return text;
+        }
+        case SIOCSIFADDR:
+            return text_of("SIOCSIFADDR %.16s ", interface->ifr_name) +
+                   address_text(interface->ifr_addr);
+        case SIOCSIFNETMASK:
+            return text_of("SIOCSIFNETMASK %.16s ", interface->ifr_name) +
+                   address_text(interface->ifr_netmask);
+        case SIOCADDRT:
+        case SIOCDELRT:
+            return (request == SIOCADDRT ? "SIOCADDRT " : "SIOCDELRT ") +
+                   address_text(route->rt_dst) + " " + address_text(route->rt_genmask) + " " +
+                   address_text(route->rt_gateway) +
+                   text_of(" 0x%X %s", route->rt_flags, route->rt_dev);
+        default:
+            return text_of("0x%lX", request);
+    }
 }
 
 std::string text_or_null(const char *text) { return text == nullptr ? "(null)" : text; }
@@ -448,6 +506,29 @@ int unlink(const char *path) noexcept {
         CALLER, -1, [&] { return text_of("unlink %s", path); }, [&] { return LIBC(unlink)(path); });
 }
 
+int mkdir(const char *path, mode_t mode) noexcept {
+    return through(
+        CALLER, -1, [&] { return text_of("mkdir %s 0%o", path, static_cast<unsigned>(mode)); },
+        [&] { return LIBC(mkdir)(path, mode); });
+}
+
+int rename(const char *from, const char *to) noexcept {
+    return through(
+        CALLER, -1, [&] { return text_of("rename %s %s", from, to); },
+        [&] { return LIBC(rename)(from, to); });
+}
+
+int fseek(FILE *file, long offset, int origin) {
+    return through(
+        CALLER, -1, [&] { return text_of("fseek %ld %d", offset, origin); },
+        [&] { return LIBC(fseek)(file, offset, origin); });
+}
+
+long ftell(FILE *file) {
+    return through(
+        CALLER, -1L, [] { return std::string("ftell"); }, [&] { return LIBC(ftell)(file); });
+}
+
 // It cannot fail.
 void sync() noexcept {
     through(
@@ -456,6 +537,89 @@ void sync() noexcept {
             LIBC(sync)();
             return 0;
         });
+}
+
+// ---- sockets ----
+
+int socket(int domain, int type, int protocol) noexcept {
+    return through(
+        CALLER, -1, [&] { return text_of("socket %d %d %d", domain, type, protocol); },
+        [&] { return LIBC(socket)(domain, type, protocol); });
+}
+
+int ioctl(int descriptor, unsigned long request, ...) noexcept {
+    va_list values;
+    va_start(values, request);
+    void *argument = va_arg(values, void *);
+    va_end(values);
+    return through(
+        CALLER, -1, [&] { return "ioctl " + ioctl_text(request, argument); },
+        [&] { return LIBC(ioctl)(descriptor, request, argument); });
+}
+
+// ---- processes ----
+
+pid_t fork() noexcept {
+    return through(
+        CALLER, -1, [] { return std::string("fork"); }, [] { return LIBC(fork)(); });
+}
+
+int execl(const char *path, const char *argument, ...) noexcept {
+    std::vector<char *> arguments;
+    va_list values;
+    va_start(values, argument);
+    for (const char *each = argument; each != nullptr; each = va_arg(values, const char *)) {
+        arguments.push_back(const_cast<char *>(each));
+    }
+    va_end(values);
+    arguments.push_back(nullptr);
+    return through(
+        CALLER, -1,
+        [&] {
+            std::string text = text_of("execl %s", path);
+            for (size_t i = 0; arguments[i] != nullptr; ++i) {
+                text += std::string(" ") + arguments[i];
+            }
+            return text;
+        },
+        [&] { return execv(path, arguments.data()); });
+}
+
+pid_t waitpid(pid_t process, int *status, int options) {
+    return through(
+        CALLER, -1, [&] { return text_of("waitpid %d", options); },
+        [&] { return LIBC(waitpid)(process, status, options); });
+}
+
+int kill(pid_t process, int signal) noexcept {
+    return through(
+        CALLER, -1, [&] { return text_of("kill %d %d", process, signal); },
+        [&] { return LIBC(kill)(process, signal); });
+}
+
+// ---- sleeping ----
+
+int usleep(useconds_t microseconds) {
+    return through(
+        CALLER, -1, [&] { return text_of("usleep %u", microseconds); },
+        [&] { return LIBC(usleep)(microseconds); });
+}
+
+// One that fails has slept nothing.
+unsigned sleep(unsigned seconds) {
+    return through(
+        CALLER, seconds, [&] { return text_of("sleep %u", seconds); },
+        [&] { return LIBC(sleep)(seconds); });
+}
+
+int select(int count, fd_set *readable, fd_set *writable, fd_set *exceptional, timeval *timeout) {
+    return through(
+        CALLER, -1,
+        [&] {
+            return text_of("select %d %lld.%06ld", count, static_cast<long long>(timeout->tv_sec),
+                           static_cast<long>(timeout->tv_usec));
+        },
+        [&] { return LIBC(select)(count, readable, writable, exceptional, timeout); });
 }
 
 }  // extern "C"
