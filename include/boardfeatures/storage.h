@@ -200,8 +200,8 @@ BF_API int32_t get_crag_online_hdd_count(void); /* 0 */
  * for presence; the other answers are the model's own. Bay words. route: 0 and the NvmeRoute; -1
  * for a slot without one. No hardware access. U.2 list, disk list: append to a U2NvmeList or
  * HddList; board_id gives the number of bays, position (0..6, card keys 5..11) the bus of models
- * with several connectors. -1: null, no such position, a failed read. Bay words. online count: as
- * GetOnlineHDDCount().
+ * with several connectors; a model with one does not look at it. -1: null, no such position, a
+ * failed read. Bay words. online count: as GetOnlineHDDCount().
  */
 
 BF_API int32_t _bpra_hdd_present(uint32_t slot);

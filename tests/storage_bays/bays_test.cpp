@@ -140,8 +140,10 @@ TEST(Bays, EveryFailedReadEndsTheAnswerAndIsPrinted) {
                 platform().clear_record();
                 uint8_t type = untouched;
                 const std::string type_text = printed([&] { EXPECT_EQ(f.type(slot, &type), -1); });
-                EXPECT_THAT(type_text, MatchesRegex("\\[_" + model.name +
-                                                    "_hdd_type [0-9]+\\] get 9535 failed\\.\n"));
+                // bpma's type is that of its presence question, bits unseen.
+                const std::string asked = model.name == "bpma" ? "_hdd_present" : "_hdd_type";
+                EXPECT_THAT(type_text, MatchesRegex("\\[_" + model.name + asked +
+                                                    " [0-9]+\\] get 9535 failed\\.\n"));
                 EXPECT_EQ(type, untouched);
                 EXPECT_EQ(platform().calls.size(), failing);
             }
@@ -579,6 +581,25 @@ TEST(Lists, PositionsThatDoNotExistAreRefusedWithoutAccess) {
         EXPECT_EQ(disks.count, 2u);
     }
     EXPECT_THAT(platform().calls, IsEmpty());
+}
+
+// A model with one connector is read there, wherever it is said to be.
+TEST(Lists, OneConnectorIsReadAtAnyPosition) {
+    rules::noise(6);
+    for (const char *name : {"bpfb", "bpfd", "bpfe", "bpff"}) {
+        const Model &model = rules::model_named(name);
+        Reading reading;
+        const auto bays = reading.listed(model, 10, 1);
+        ASSERT_TRUE(bays && !bays->empty()) << name;
+        for (const uint32_t position : {5u, 7u, 255u, 0xFFFFFFFFu}) {
+            U2NvmeList list = {};
+            platform().clear_record();
+            EXPECT_EQ(rules::functions(name).u2_list(model.board_id, position, &list), 0)
+                << name << " position " << position;
+            EXPECT_EQ(list.count, bays->size());
+            EXPECT_EQ(platform().calls, reading.calls);
+        }
+    }
 }
 
 TEST(Lists, SupportedDisksByBoardId) {

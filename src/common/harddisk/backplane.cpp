@@ -111,10 +111,13 @@ uint32_t count_of(const void *list) {
 
 // A model with one connector is read there, others on the bus of their position.
 std::optional<uint32_t> list_bus(const Backplane &model, uint32_t position) {
+    if (model.runs[1].bus == 0) {
+        return model.runs[0].bus;
+    }
     if (position >= std::size(g_array_bus_num)) {
         return std::nullopt;
     }
-    return model.runs[1].bus == 0 ? model.runs[0].bus : g_array_bus_num[position];
+    return g_array_bus_num[position];
 }
 
 void trace_type(const Backplane &model, uint32_t bus, uint64_t bits) {
@@ -187,6 +190,13 @@ int32_t type(const Backplane &model, uint32_t slot, uint8_t *type) {
     const SlotRun *run = run_of(model, slot);
     if (run == nullptr || type == nullptr) {
         return -1;
+    }
+    if (model.only_sas_sata) {
+        if (present(model, slot) != 0) {
+            return -1;
+        }
+        *type = DISK_SAS_SATA;
+        return 0;
     }
     const auto bits = read_bits(model, run->bus);
     if (!bits) {

@@ -57,7 +57,8 @@ struct Backplane {
     uint8_t counted_bays = 0;          // 0 = no online count
     CountBus count_bus = CountBus::fixed;
     bool present_failure_names_bus = false;
-    TypeRule type_rule;
+    bool only_sas_sata = false;  // the type of a disk that is present; there is no rule then
+    TypeRule type_rule = {};
     TypeTrace type_trace = TypeTrace::none;
     ListTrace list_trace = ListTrace::none;
     uint8_t routed_bay_count = 0;

@@ -70,8 +70,6 @@ inline constexpr harddisk::TypeRule untyped_is_sas_sata = {
     {{DISK_SAS_SATA, 0}, {DISK_U2_NVME, 0}, {DISK_SAS_SATA, 0}, empty_bay}};
 inline constexpr harddisk::TypeRule untyped_keeps_type = {
     {{DISK_SAS_SATA, 0}, {DISK_U2_NVME, 0}, {harddisk::TypeAnswer::left_alone, 0}, empty_bay}};
-inline constexpr harddisk::TypeRule always_sas_sata = {
-    {{DISK_SAS_SATA, 0}, {DISK_SAS_SATA, 0}, {DISK_SAS_SATA, 0}, empty_bay}};
 
 // Slot 0 of the front models and the first number of the rear runs are accepted though they are
 // bay 0, which no backplane has.
@@ -192,7 +190,7 @@ inline constexpr harddisk::Backplane backplanes[] = {
      .runs = {{99, 100, 10, 98, 0}, {101, 102, 3, 100, 0}},
      .expanders = {0x21},
      .label = "bpmaphddpres",
-     .type_rule = always_sas_sata},
+     .only_sas_sata = true},
 };
 static_assert(std::size(backplanes) == 10);
 
