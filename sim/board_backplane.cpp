@@ -68,6 +68,7 @@ void read_backplane(Builder &builder, Table &table) {
     const Model &model = row_of(table, "model", models);
     fit_card(builder, table, connector.position, model.board);
     const uint32_t bus = identifier_route(connector.position)->bus;
+    read_disks(builder, table, model.name, connector.name, bus);
     for (uint32_t uplink = 0; uplink < model.uplinks; ++uplink) {
         builder.uplinks[std::string(connector.name) + ' ' + uplink_name(model, uplink)] = {
             {bus, cable_expander, uplink_switch, uplink}, uplink, {}};

@@ -172,7 +172,7 @@ std::vector<Table> Table::tables(std::string_view key) {
         return {};
     }
     const auto *list = node->as_array();
-    if (list == nullptr || !list->is_homogeneous<toml::table>()) {
+    if (list == nullptr || (!list->empty() && !list->is_homogeneous<toml::table>())) {
         fail(key, "is not a list of tables, [[" + full_name(key) + "]]");
     }
     std::vector<Table> found;

@@ -129,6 +129,10 @@ std::optional<Route> identifier_route(std::string_view position);
 void fit_card(Builder &builder, Table &table, std::string_view position,
               std::optional<uint32_t> known_board);
 
+// The disks in a fitted backplane's bays; a model without bays takes none.
+void read_disks(Builder &builder, Table &backplane, std::string_view model,
+                std::string_view connector, uint32_t bus);
+
 FaultRecord parse_fault(Table &table, Origin origin);
 
 }  // namespace boardsim
