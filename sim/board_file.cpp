@@ -21,6 +21,7 @@ constexpr Section sections[] = {
     {"backplane", Shape::tables, read_backplane},
     {"fan", Shape::tables, read_fan},
     {"psu", Shape::tables, read_psu},
+    {"liquid_cooling", Shape::table, read_liquid_cooling},
     {"present", Shape::table, read_present},
     {"chassis", Shape::table, read_chassis},
     {"storage", Shape::table, read_storage},

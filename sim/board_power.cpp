@@ -18,12 +18,11 @@ constexpr uint32_t power_ok_register = 0x192;
 constexpr uint32_t pmbus_capability = 0x19;
 constexpr uint8_t pmbus_400khz_with_pec = 0xB0;
 
-// A rotor that stands still answers 0; one that does not answer has a broken tachometer.
-void set_rotor(Builder &builder, Table &table, const char *key, uint32_t tachometer) {
-    const auto rpm = table.number(key, 0, fastest_rpm);
+// A rotor that stands still answers 0; a failed tachometer does not answer, however it turns.
+void set_rotor(Builder &builder, Table &table, const std::string &rotor, uint32_t tachometer) {
     FanRecord &fan = builder.board.fans[tachometer];
-    fan.answers = 1;
-    fan.rpm = rpm.value_or(0);
+    fan.rpm = table.number(rotor + "_rpm", 0, fastest_rpm).value_or(0);
+    fan.answers = table.flag(rotor + "_tachometer").value_or(true) ? 1 : 0;
 }
 
 }  // namespace
@@ -31,11 +30,12 @@ void set_rotor(Builder &builder, Table &table, const char *key, uint32_t tachome
 // Module n holds the front rotor n - 1 and the rear rotor n + 3.
 void read_fan(Builder &builder, Table &table) {
     const uint32_t module = table.required_number("module", 1, fan_modules) - 1;
-    if (builder.board.fans[module].answers != 0) {
+    if ((builder.fan_modules >> module & 1) != 0) {
         table.fail("module", "fan module " + std::to_string(module + 1) + " is already fitted");
     }
-    set_rotor(builder, table, "front_rpm", module);
-    set_rotor(builder, table, "rear_rpm", module + fan_modules);
+    builder.fan_modules |= 1u << module;
+    set_rotor(builder, table, "front", module);
+    set_rotor(builder, table, "rear", module + fan_modules);
     builder.set_epld_bit(fan_presence_register, first_fan_presence_bit + module, true);
 }
 

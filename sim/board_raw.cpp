@@ -80,6 +80,7 @@ void read_gpio(Builder &builder, Table &table) {
 }
 
 void read_epld(Builder &builder, Table &table) {
+    builder.board.epld_in_reset = table.flag("in_reset").value_or(false) ? 1 : 0;
     if (auto registers = table.table("registers")) {
         for (const auto &[number, value] : registers->numbered(epld_registers - 1, 0xFFFF)) {
             builder.board.epld[number] = static_cast<uint16_t>(value);

@@ -88,6 +88,7 @@ public:
     void add_fault(const Table &from, const FaultRecord &fault);
 
     Board &board;
+    uint32_t fan_modules = 0;             // fitted ones by their bit
     std::map<std::string, Plug> uplinks;  // of the fitted backplanes, "F I2C 1 SLIMLINE A"
 
 private:
@@ -110,6 +111,7 @@ void read_present(Builder &builder, Table &table);
 void read_chassis(Builder &builder, Table &table);
 void read_fan(Builder &builder, Table &table);
 void read_psu(Builder &builder, Table &table);
+void read_liquid_cooling(Builder &builder, Table &table);
 void read_gpio(Builder &builder, Table &table);
 void read_chip(Builder &builder, Table &table);
 void read_epld(Builder &builder, Table &table);

@@ -101,6 +101,9 @@ uint64_t Simulator::source_hash() {
     return locked([](State &state) { return state.header.source_hash; });
 }
 
+bool Simulator::epld_in_reset() {
+    return locked([](State &state) { return state.board.epld_in_reset != 0; });
+}
 uint16_t Simulator::epld(uint32_t reg) {
     return locked([&](State &state) {
         return state.board.epld[checked(reg, epld_registers, "EPLD register")];

@@ -31,6 +31,8 @@ public:
     std::string board_name();
     uint64_t source_hash();
 
+    // Whether the board starts with its EPLD being reset.
+    bool epld_in_reset();
     uint16_t epld(uint32_t reg);
     void set_epld(uint32_t reg, uint16_t value);
     void set_gpio(uint32_t line, bool level);

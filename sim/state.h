@@ -110,6 +110,8 @@ struct Board {
     uint32_t real_time;
     uint32_t has_back_panel_id;
     uint32_t back_panel_id;
+    uint32_t epld_in_reset;  // programs find the file that says so
+    uint32_t reserved;
     uint16_t epld[epld_registers];
     uint8_t gpio[gpio_lines];
     FanRecord fans[fan_tachometers];
@@ -123,10 +125,10 @@ struct Board {
     FlashRecord flash;
     uint8_t pool[chip_pool_size];
 };
-static_assert(offsetof(Board, epld) == 80 && offsetof(Board, memory) == 8672);
-static_assert(offsetof(Board, faults) == 8672 + 2048 + 384 * 64);
+static_assert(offsetof(Board, epld) == 88 && offsetof(Board, memory) == 8680);
+static_assert(offsetof(Board, faults) == 8680 + 2048 + 384 * 64);
 static_assert(sizeof(Board) ==
-              8672 + 2048 + 384 * 64 + 64 * 72 + sizeof(FlashRecord) + chip_pool_size);
+              8680 + 2048 + 384 * 64 + 64 * 72 + sizeof(FlashRecord) + chip_pool_size);
 
 // ---- what happened ----
 
@@ -172,7 +174,7 @@ struct State {
 static_assert(sizeof(State) == sizeof(Header) + sizeof(Accounts) + sizeof(Board));
 
 constexpr char state_magic[8] = {'B', 'O', 'A', 'R', 'D', 'S', 'I', 'M'};
-constexpr uint32_t state_version = 2;
+constexpr uint32_t state_version = 3;
 
 uint64_t hash_of(std::string_view text);
 

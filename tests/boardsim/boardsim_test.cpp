@@ -280,6 +280,24 @@ TEST_F(Boardsim, WrongUse) {
     EXPECT_THAT(help.output, HasSubstr("Exit status:"));
 }
 
+// ---- a board whose EPLD is being reset ----
+
+TEST_F(Boardsim, ProgramsFindTheFlagOfAnEpldReset) {
+    write_file("/var/reset.toml", "[epld]\nin_reset = true\n");
+    const auto look = [](const std::string &options, const std::string &command) {
+        return shell(boardsim_command + " /var/reset.toml " + options + " -- sh -c '" + command +
+                     "; ls /var'")
+            .output;
+    };
+    EXPECT_EQ(look("", "true"), "epldresetflag\n");
+    EXPECT_EQ(look("", "rm /var/epldresetflag"), "");
+    EXPECT_EQ(native("", "ls /var").output, "");
+    // A board that goes on stays as programs left it.
+    EXPECT_EQ(look("--state /var/kept", "true"), "epldresetflag\n");
+    EXPECT_EQ(look("--state /var/kept", "rm /var/epldresetflag"), "");
+    EXPECT_EQ(look("--state /var/kept", "true"), "");
+}
+
 // ---- ending ----
 
 TEST_F(Boardsim, ASignalToEndReachesTheProgram) {

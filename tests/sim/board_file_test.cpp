@@ -127,12 +127,38 @@ INSTANTIATE_TEST_SUITE_P(
               "x.toml:4: fan.module: fan module 1 is already fitted"},
         Wrong{"[[fan]]\nmodule = 1\nrear_rpm = 100001",
               "x.toml:3: fan.rear_rpm: 0x186A1 is out of range"},
+        Wrong{"[[fan]]\nmodule = 1\nfront_tachometer = 0",
+              "x.toml:3: fan.front_tachometer: is neither true nor false"},
+        Wrong{"[[fan]]\nmodule = 1\nfront_tachometer = false\n[[fan]]\nmodule = 1",
+              "x.toml:5: fan.module: fan module 1 is already fitted"},
         Wrong{"[[psu]]\nslot = 3", "x.toml:2: psu.slot: 0x3 is out of range, 0x1 to 0x2"},
         Wrong{"[[psu]]\nslot = 1\n[[psu]]\nslot = 1",
               "x.toml:3: psu: a chip at 1:0x58 is already fitted by x.toml:1"},
         Wrong{"[[psu]]\nslot = 1\n[psu.registers]\n256 = 1",
               "x.toml:4: psu.registers.256: is out of range, 0x0 to 0xFF"},
         Wrong{"[[psu]]\nslot = 1\nwatts = 900", "x.toml:3: psu.watts: unknown key"}));
+
+INSTANTIATE_TEST_SUITE_P(
+    LiquidCooling, WrongFile,
+    testing::Values(
+        Wrong{"[liquid_cooling]\nkit = 1",
+              "x.toml:2: liquid_cooling.kit: is neither true nor false"},
+        Wrong{"[liquid_cooling]\npump = true", "x.toml:2: liquid_cooling.pump: unknown key"},
+        Wrong{"[liquid_cooling]\nsensor = \"leakage\"",
+              "x.toml:1: liquid_cooling.state: is missing"},
+        Wrong{"[liquid_cooling]\nstate = \"dry\"", "x.toml:2: liquid_cooling.state: unknown key"},
+        Wrong{"[liquid_cooling]\nsensor = \"rope\"\nstate = \"dry\"",
+              "x.toml:2: liquid_cooling.sensor: there is no sensor \"rope\"; there are leakage, "
+              "line"},
+        Wrong{"[liquid_cooling]\nsensor = \"leakage\"\nstate = \"broken\"",
+              "x.toml:3: liquid_cooling.state: a sensor of this kind is never \"broken\" but dry, "
+              "leaking, absent"},
+        Wrong{"[liquid_cooling]\nsensor = \"line\"\nstate = \"dry\"",
+              "x.toml:3: liquid_cooling.state: a sensor of this kind is never \"dry\" but intact, "
+              "broken, absent"},
+        Wrong{"[liquid_cooling]\nkit = true\n[[backplane]]\nconnector = \"M I2C 6\"\nmodel = "
+              "\"BPMA\"",
+              "x.toml:1: liquid_cooling: a chip at 10:0x20 is already fitted by x.toml:3"}));
 
 INSTANTIATE_TEST_SUITE_P(
     Raw, WrongFile,
@@ -174,6 +200,7 @@ INSTANTIATE_TEST_SUITE_P(
               "x.toml:6: chip.registers.0x10: is out of range, 0x0 to 0xF"},
         Wrong{"[[chip]]\nat = \"3:0x20\"\nkind = \"registers\"\n[chip.registers]\n1 = 256",
               "x.toml:5: chip.registers.1: 0x100 is out of range"},
+        Wrong{"[epld]\nin_reset = 1", "x.toml:2: epld.in_reset: is neither true nor false"},
         Wrong{"[epld]\n0x208 = 1", "x.toml:2: epld.0x208: unknown key"},
         Wrong{"[epld.registers]\n0x1000 = 1",
               "x.toml:2: epld.registers.0x1000: is out of range, 0x0 to 0xFFF"},
@@ -414,6 +441,35 @@ power_ok = false
     EXPECT_EQ(value, 0xB0);
     EXPECT_GE(ei2c_smbus_read_byte_data(&psu, 0x9B, &value), 0);
     EXPECT_EQ(value, 0x11);
+}
+
+// A failed tachometer is silent; the module is there all the same.
+TEST_F(Fitted, FailedTachometers) {
+    board(
+        "[[fan]]\nmodule = 1\nfront_rpm = 9000\nrear_tachometer = false\n"
+        "[[fan]]\nmodule = 4\nfront_tachometer = false\nfront_rpm = 9000\nrear_tachometer = "
+        "true\n");
+    uint32_t rpm = 1;
+    EXPECT_EQ(get_fan_speed(0, 0, &rpm), 0);
+    EXPECT_EQ(rpm, 9000u);
+    EXPECT_EQ(get_fan_speed(0, 4, &rpm), -1);
+    EXPECT_EQ(get_fan_speed(0, 3, &rpm), -1);
+    EXPECT_EQ(get_fan_speed(0, 7, &rpm), 0);
+    EXPECT_EQ(rpm, 0u);
+    EXPECT_EQ(epld_at(0x208), 0x0240);
+}
+
+TEST_F(Fitted, LiquidCooling) {
+    board("[liquid_cooling]\nkit = true\nflange_card = true\n");
+    EXPECT_EQ(word_at(at(10, 0x20)), 0x8F28);
+    EXPECT_EQ(word_at(at(13, 0x20, 0x77, 3), 0xFF), 9);
+    EXPECT_EQ(word_at(at(10, 0x21)), -1);
+}
+
+TEST_F(Fitted, NoLiquidCooling) {
+    board("[liquid_cooling]\nkit = false\nflange_card = false\n");
+    EXPECT_EQ(word_at(at(10, 0x20)), -1);
+    EXPECT_EQ(word_at(at(13, 0x20, 0x77, 3)), -1);
 }
 
 TEST_F(Fitted, RawRegistersHaveTheLastWord) {

@@ -4,6 +4,7 @@
 #include <set>
 
 #include "board_test.h"
+#include "boardfeatures/cooling.h"
 #include "boardfeatures/host.h"
 #include "boardfeatures/identity.h"
 
@@ -41,8 +42,8 @@ TEST_F(Shipped, EveryFileLoads) {
         }
     }
     closedir(folder);
-    for (const char *name :
-         {"empty", "tarn-12bay", "tarn-24bay-fell", "tarn-maximal", "broken-identifiers"}) {
+    for (const char *name : {"empty", "tarn-12bay", "tarn-24bay-fell", "tarn-maximal",
+                             "tarn-liquid", "broken-identifiers"}) {
         EXPECT_THAT(names, Contains(std::string(name) + ".toml"));
     }
 }
@@ -103,8 +104,68 @@ TEST_F(Shipped, BrokenIdentifiersAreNotBelieved) {
     EXPECT_EQ(GetCardOnlineStatus(28), 1);
     EXPECT_EQ(GetCardBoardId(28), 0x7FFFu);
     EXPECT_EQ(GetSpecialHDbkBoardId(), 0x5464u);
-    EXPECT_EQ(online(), (std::set<uint32_t>{1, 8, 28}));
+    EXPECT_EQ(online(), (std::set<uint32_t>{1, 8, 17, 28}));
     EXPECT_EQ(word_at(at(8, 0x20)), -5);
 }
+
+TEST_F(Shipped, LiquidCooled) {
+    ship("tarn-liquid");
+    EXPECT_EQ(IsLiquidCoolingBoard(), 1);
+    EXPECT_EQ(CheckExistFlangeCard(), 1);
+    uint8_t flag = 1;
+    EXPECT_GE(I2C_GetLiquidLeakageFlag(&flag), 0);
+    EXPECT_EQ(flag, 0);
+    EXPECT_EQ(GetHDbkBoardId(), 0u);
+}
+
+// Fans turn as fans of their kind can.
+TEST_F(Shipped, FansTurnWithinTheirLimits) {
+    for (const char *name : {"tarn-12bay", "tarn-24bay-fell", "tarn-maximal", "tarn-liquid"}) {
+        boardsim::make_state(std::string(BOARDS_DIR) + '/' + name + ".toml", "/var/other.state");
+        boardsim::Simulator other("/var/other.state");
+        const boardsim::StateLock lock(other.shared());
+        const boardsim::Board &board = other.shared().state().board;
+        EXPECT_EQ(board.epld[0x208] & 0x03C0, 0x03C0) << name;
+        for (uint32_t fan = 0; fan < 8; ++fan) {
+            EXPECT_NE(board.fans[fan].answers, 0u) << name;
+            EXPECT_GE(board.fans[fan].rpm, fan < 4 ? 1350u : 1100u) << name;
+            EXPECT_LE(board.fans[fan].rpm, fan < 4 ? 17000u : 14500u) << name;
+        }
+    }
+}
+
+// The leak sensor of each kind in each state, as the library reads it.
+struct Leak {
+    const char *sensor, *state;
+    int leaking, broken, absent;
+};
+class LeakSensor : public BoardTest, public testing::WithParamInterface<Leak> {};
+
+TEST_P(LeakSensor, IsReadByTheLibrary) {
+    const Leak &leak = GetParam();
+    board(std::string("[liquid_cooling]\nsensor = \"") + leak.sensor + "\"\nstate = \"" +
+          leak.state + "\"\n");
+    uint8_t leaking = 9, broken = 9, absent = 9;
+    EXPECT_GE(I2C_GetLiquidLeakageFlag(&leaking), 0);
+    EXPECT_GE(I2C_GetLiquidLeakageLineFlag(&broken), 0);
+    EXPECT_GE(I2C_GetLiquidLeakageLineAbsentFlag(&absent), 0);
+    EXPECT_EQ(leaking, leak.leaking);
+    EXPECT_EQ(broken, leak.broken);
+    EXPECT_EQ(absent, leak.absent);
+    EXPECT_EQ(IsLiquidCoolingBoard(), 0);
+    // The line is an input until it is made an output, and then reads what it is driven to.
+    EXPECT_GE(I2C_LiquidLeakageWriteEnable(), 0);
+    for (const uint32_t level : {1u, 0u, 1u}) {
+        EXPECT_GE(I2C_SetLiquidLeakageOrLineFlag(level), 0);
+        EXPECT_EQ(word_at(at(10, 0x21), 0x0100), level << 8);
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    States, LeakSensor,
+    testing::Values(Leak{"leakage", "dry", 0, 0, 0}, Leak{"leakage", "leaking", 1, 0, 0},
+                    Leak{"leakage", "absent", 0, 0, 1}, Leak{"line", "intact", 0, 0, 0},
+                    Leak{"line", "broken", 0, 1, 0}, Leak{"line", "absent", 0, 0, 1}),
+    [](const auto &tested) { return std::string(tested.param.sensor) + "_" + tested.param.state; });
 
 }  // namespace

@@ -52,6 +52,9 @@ Exit status: the program's own; 2 wrong use; 120 board file not found; 121 bad b
 122 bubblewrap missing; 123 sandbox refused; 124 board state cannot be used; 127 program not found;
 128 + N when a signal N ended it.)";
 
+// The BMC's programs make this file when they reset the EPLD and remove it afterwards.
+constexpr const char *epld_reset_flag = "/var/epldresetflag";
+
 struct Options {
     std::string board;
     std::string state;
@@ -123,9 +126,11 @@ bool goes_on(const std::string &state, const std::string &board_text) {
     }
 }
 
-void prepare_board(const Options &options, const std::string &state) {
+// True when the board is made anew.
+bool prepare_board(const Options &options, const std::string &state) {
     const std::string text = read_board_file(options.board);
-    if (!goes_on(state, text)) {
+    const bool is_new = !goes_on(state, text);
+    if (is_new) {
         try {
             boardsim::make_state(options.board, state);
         } catch (const Error &error) {
@@ -144,6 +149,7 @@ void prepare_board(const Options &options, const std::string &state) {
     if (options.real_time) {
         simulator.set_real_time(true);
     }
+    return is_new;
 }
 
 void check_sandbox(const std::string &script) {
@@ -165,8 +171,12 @@ void check_sandbox(const std::string &script) {
 }
 
 std::vector<std::string> sandboxed(const Options &options, const std::string &script,
-                                   const std::string &state, const std::string &memory) {
+                                   const std::string &state, const std::string &memory,
+                                   bool in_reset) {
     std::vector<std::string> command = {script, "--board", state};
+    if (in_reset) {
+        command.insert(command.end(), {"--file", epld_reset_flag});
+    }
     if (!memory.empty()) {
         command.insert(command.end(), {"--dev-mem", memory});
     }
@@ -187,7 +197,7 @@ int run(const Options &options) {
     const std::string script = boardsim::sandbox_script();
     const StateFolder folder(options.state);
     const std::string state = folder.board_state();
-    prepare_board(options, state);
+    const bool is_new = prepare_board(options, state);
     check_sandbox(script);
     if (!options.log.empty()) {
         setenv("BOARDSIM_LOG", options.log.c_str(), 1);
@@ -197,7 +207,8 @@ int run(const Options &options) {
     const std::string memory = folder.physical_memory();
     const bool has_memory = simulator.write_memory_file(memory);
     const int status =
-        boardsim::run(sandboxed(options, script, state, has_memory ? memory : std::string()));
+        boardsim::run(sandboxed(options, script, state, has_memory ? memory : std::string(),
+                                is_new && simulator.epld_in_reset()));
     if (options.account) {
         fmt::print(stderr, "{}", boardsim::account_report(before, simulator.accounts()));
     }
