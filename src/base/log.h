@@ -8,7 +8,8 @@
 
 #include "boardplatform/platform.h"
 
-// Every error is counted by place before it is reported.
+// Every error is counted by place before it is reported. A text that repeats its line takes it from
+// log_line: over several lines of source __LINE__ says another.
 #define LOG_ERROR(module, ...)                                           \
     do {                                                                 \
         const int log_line = __LINE__;                                   \

@@ -21,10 +21,20 @@ long file_position(uint32_t offset) {
 
 bool is_present(uint32_t key) { return GetCardOnlineStatus(key) != 0; }
 
+// Without a buffer a transfer that stops short is seen where it happens, and no more of the file is
+// touched than what is asked for.
+FILE *open_fru_file(const char *mode) {
+    FILE *file = std::fopen(bf::board::fru_file, mode);
+    if (file != nullptr) {
+        std::setvbuf(file, nullptr, _IONBF, 0);
+    }
+    return file;
+}
+
 // The two are alike but for their messages, of which each has its own form.
 
 int32_t vel_fru_file_read(uint32_t offset, uint8_t *buffer, uint32_t length) {
-    FILE *file = std::fopen(bf::board::fru_file, "rb");
+    FILE *file = open_fru_file("rb");
     if (file == nullptr) {
         const int error = errno;
         LOG_ERROR(log_module, "open file %s failed, errno = %d", bf::board::fru_file, error);
@@ -51,29 +61,29 @@ int32_t vel_fru_file_read(uint32_t offset, uint8_t *buffer, uint32_t length) {
 }
 
 int32_t vel_fru_file_write(uint32_t offset, const uint8_t *buffer, uint32_t length) {
-    FILE *file = std::fopen(bf::board::fru_file, "r+");
+    FILE *file = open_fru_file("r+");
     if (file == nullptr) {
         const int error = errno;
-        LOG_ERROR(log_module, "[%s %d]open file %s failed, errno = %d", __func__, __LINE__,
+        LOG_ERROR(log_module, "[%s %d]open file %s failed, errno = %d", __func__, log_line,
                   bf::board::fru_file, error);
         return -1;
     }
     int32_t result = 0;
     const int moved = std::fseek(file, file_position(offset), SEEK_SET);
     if (moved != 0) {
-        LOG_ERROR(log_module, "[%s %d]file seek failed, ret = %d\n", __func__, __LINE__, moved);
+        LOG_ERROR(log_module, "[%s %d]file seek failed, ret = %d\n", __func__, log_line, moved);
     } else {
         result = static_cast<int32_t>(std::fwrite(buffer, 1, length, file));
         if (static_cast<uint32_t>(result) != length) {
             LOG_ERROR(log_module,
                       "[%s %d]file read error, really read buffer len = %d, expect read buffer len "
                       "= %d\n",
-                      __func__, __LINE__, result, static_cast<int>(length));
+                      __func__, log_line, result, static_cast<int>(length));
         }
     }
     if (std::fclose(file) != 0) {
         const int error = errno;
-        LOG_ERROR(log_module, "[%s %d]close file failed, errno = %d\n", __func__, __LINE__, error);
+        LOG_ERROR(log_module, "[%s %d]close file failed, errno = %d\n", __func__, log_line, error);
         return -1;
     }
     return result;

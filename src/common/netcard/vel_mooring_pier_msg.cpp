@@ -242,7 +242,7 @@ int32_t VEL_Mooring_SendGetMsgFromPier(uint32_t pcie_slot, uint32_t command0, ui
     LOG_DEBUG(log_module, "Find Mooring DPU index:%d\n", index);
     I2cChipRoute route;
     if (GetSmbusNetCardI2cInfo(index, &route) != 0) {
-        LOG_ERROR(log_module, "[%s,%d]Get I2C info is Invaild.\n", __func__, __LINE__);
+        LOG_ERROR(log_module, "[%s,%d]Get I2C info is Invaild.\n", __func__, log_line);
         return -1;
     }
     route.address = bf::board::mailbox_address;
