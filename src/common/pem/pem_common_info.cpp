@@ -27,28 +27,9 @@ std::atomic<const VrRow *> vr_first{nullptr};
 std::atomic<uint32_t> vr_count{0};
 std::atomic<bool> vr_selected{false};
 
-void read_power_ok(uint16_t *status) {
-    const int result = epldio_read(power_ok_register, status);
-    if (result != 0) {
-        LOG_ERROR(log_module, "epldio_read failed, offset: %x, PsuPowerOkSstatus: %u, ret:%d",
-                  power_ok_register, *status, result);
-    }
-}
-
 bool answers_pmbus(const Pem &pem) {
     uint8_t value = 0;
     return ei2c_smbus_read_byte_data(&pem.pmbus, pmbus_capability, &value) >= 0;
-}
-
-bool presence_bit_set(uint32_t pem) {
-    uint16_t bits = 0;
-    const int result = epldio_read(pem_presence_register, &bits);
-    if (result != 0) {
-        LOG_ERROR(log_module, "epldio_read failed, offset: %x, dwdata: %u, dwRet:%d",
-                  pem_presence_register, bits, result);
-        return false;
-    }
-    return bf::bit_of(bits, pem) != 0;
 }
 
 template <std::size_t N>
@@ -76,9 +57,17 @@ int32_t ScanPsuPowerokStatus(uint16_t *status) {
         return -1;
     }
     uint16_t first = 0;
-    read_power_ok(&first);
-    select_sleep(0, power_ok_settle_us);
-    read_power_ok(status);
+    for (uint16_t *word : {&first, status}) {
+        if (word == status) {
+            select_sleep(0, power_ok_settle_us);
+        }
+        const int result = epldio_read(power_ok_register, word);
+        if (result != 0) {
+            LOG_ERROR(log_module, "epldio_read failed, offset: %x, PsuPowerOkSstatus: %u, ret:%d",
+                      power_ok_register, *word, result);
+        }
+    }
+    // A failed read counts only by the word that it leaves.
     if (*status != first) {
         LOG_ERROR(log_module, "epldio_read failed, offset: %x, first read:%u, second read:%u",
                   power_ok_register, first, *status);
@@ -105,8 +94,15 @@ int32_t _GetPemOnlineStatusByEpld(uint32_t pem) {
     if (row == nullptr) {
         return 0;
     }
-    if (get_gpio_data(pem_presence_gpio) != 0 && presence_bit_set(pem)) {
-        return 1;
+    if (get_gpio_data(pem_presence_gpio) != 0) {
+        uint16_t bits = 0;
+        const int result = epldio_read(pem_presence_register, &bits);
+        if (result != 0) {
+            LOG_ERROR(log_module, "epldio_read failed, offset: %x, dwdata: %u, dwRet:%d",
+                      pem_presence_register, bits, result);
+        } else if (bf::bit_of(bits, pem) != 0) {
+            return 1;
+        }
     }
     if (answers_pmbus(*row)) {
         return 1;
