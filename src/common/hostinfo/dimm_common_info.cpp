@@ -231,15 +231,12 @@ int32_t GetDimmCardIndexByBiosSelInfo(uint32_t event_type, uint32_t data2, uint3
                                  : GetDimmCardIndexBySelInfo(data2, data3);
 }
 
-// ---- board constants ----
+// ---- counts ----
 
 int32_t GetMaxDimmCount() { return static_cast<int32_t>(dimm_sockets); }
 int32_t GetControllerCountPerCPU() { return static_cast<int32_t>(dimm_controllers); }
 int32_t GetChannelCountPerController() { return static_cast<int32_t>(dimm_channels); }
 int32_t GetDimmCountPerChannel() { return static_cast<int32_t>(dimm_slots); }
 int32_t GetDimmCountPerCPU() { return static_cast<int32_t>(dimms_per_cpu); }
-int32_t GetI2CDimmOutBandSupportFlag() { return 0; }
-int32_t GetEpldDimmTempSupportFlag() { return 0; }
-int32_t GetEpldDimmTempOffset() { return 0xFFFF; }
 
 }  // extern "C"

@@ -1,5 +1,6 @@
-// Facts about the host's CPUs, network and storage that hold for every board of this model.
+// Facts about the host's CPUs, memory, network and storage that hold for every board of this model.
 #include "base/bits.h"
+#include "boardfeatures/dimm.h"
 #include "boardfeatures/host.h"
 
 namespace {
@@ -27,6 +28,9 @@ int32_t GetCpuMaxCount() { return 2; }
 int32_t GetEpldCpuTempSupportFlag() { return 0; }
 int32_t GETBoardCpuSupportISSFlag() { return 0; }
 int32_t GetCpuReduceFlag() { return 0; }
+int32_t GetI2CDimmOutBandSupportFlag() { return 0; }
+int32_t GetEpldDimmTempSupportFlag() { return 0; }
+int32_t GetEpldDimmTempOffset() { return 0xFFFF; }
 int32_t GetSyncTimeSavePath() { return 0; }
 int32_t GetEpldCpuTempOffset() { return 0xFFFF; }
 int32_t GetOsTimeEPLDRegAddr() { return 0xFFFF; }
