@@ -14,6 +14,7 @@ BF_EXTERN_C_BEGIN
 #define BIOS_COMPLETION_UNKNOWN 0xC7     /* no such item or value, or a number out of range */
 
 enum { BIOS_FIND = 0, BIOS_VALUE_TO_TEXT = 1, BIOS_TEXT_TO_VALUE = 2 };
+#define BIOS_ROWS 92         /* values of all items */
 #define BIOS_WHOLE_GROUP 255 /* the item that asks BIOS_FIND for a group's items */
 
 /* Asks one of the four questions below: BIOS_TEXT_TO_VALUE, BIOS_VALUE_TO_TEXT, BIOS_FIND with item
@@ -22,8 +23,10 @@ enum { BIOS_FIND = 0, BIOS_VALUE_TO_TEXT = 1, BIOS_TEXT_TO_VALUE = 2 };
 BF_API int32_t BIOSInfoHandle(uint32_t mode, const uint8_t request[3], const char **name, void *a,
                               void *b, uint8_t *completion);
 
-/* The items of a group: fills names in table order and returns how many. -1 with
- * BIOS_COMPLETION_UNKNOWN when there are none. a and b are not looked at. */
+/* The items of a group: fills names in table order and returns how many, 8 at most in a group of
+ * this board. Group 0xAA, which marks an item's further values, lists those: give names room for
+ * BIOS_ROWS when the group comes from outside. -1 with BIOS_COMPLETION_UNKNOWN when there are none.
+ * a and b are not looked at. */
 BF_API int32_t BIOSInfoHandleFlag0(const uint8_t request[3], const char **names, void *a, void *b,
                                    uint8_t *completion);
 /* Whether an item exists: *name and 1; -1 with either completion byte. a and b are not looked at.
