@@ -3,6 +3,7 @@ set(CMAKE_SYSTEM_NAME Linux)
 set(CMAKE_SYSTEM_PROCESSOR armv7l)
 set(CMAKE_C_COMPILER arm-linux-gnueabihf-gcc)
 set(CMAKE_CXX_COMPILER arm-linux-gnueabihf-g++)
+set(CMAKE_CXX_FLAGS_INIT -Wno-psabi)  # notes on a change of GCC 7
 # What Debian has no cross package of, fetched by scripts/armhf-sysroot.
 set(bf_armhf_sysroot ${CMAKE_CURRENT_LIST_DIR}/../build/armhf-sysroot)
 set(CMAKE_FIND_ROOT_PATH /usr/arm-linux-gnueabihf ${bf_armhf_sysroot})

@@ -93,9 +93,9 @@ FaultRecord parse_fault_text(const std::string &text, Origin origin) {
             throw Error("fault \"" + text + "\": \"" + part + "\" is not key=value");
         }
         const std::string value = part.substr(equal + 1);
-        lines += part.substr(0, equal) + " = ";
-        lines += is_number(value) ? value : '"' + value + '"';
-        lines += '\n';
+        const char *quote = is_number(value) ? "" : "\"";
+        lines.append(part, 0, equal).append(" = ");
+        lines.append(quote).append(value).append(quote).append("\n");
         start = end + 1;
     }
     const std::string name = "fault \"" + text + '"';

@@ -132,7 +132,7 @@ void flash_write(State &state, uint32_t reg, uint16_t value) {
 }
 
 std::span<uint8_t> flash_page(Board &board, uint32_t page) {
-    return std::span(board.flash.cells).subspan(page * flash_page_size, flash_page_size);
+    return std::span(board.flash.cells).subspan(size_t{page} * flash_page_size, flash_page_size);
 }
 
 }  // namespace boardsim

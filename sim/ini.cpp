@@ -90,7 +90,8 @@ std::string file_text(const Ini &ini) {
         for (const auto &key : keys) {
             std::string value = ini.GetValue(section.pItem, key.pItem, "");
             if (needs_quotes(value)) {
-                value = '"' + value + '"';
+                value.insert(value.begin(), '"');
+                value += '"';
             }
             copy->SetValue(section.pItem, key.pItem, value.c_str());
         }

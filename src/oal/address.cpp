@@ -18,7 +18,7 @@ bool parse(int family, const char *text, void *address) {
 
 // The big-endian 32-bit word `index` of an address that may lie anywhere.
 uint32_t word_of(const uint8_t *address, uint32_t index) {
-    const uint8_t *at = address + 4 * index;
+    const uint8_t *at = address + size_t{4} * index;
     return static_cast<uint32_t>(at[0]) << 24 | static_cast<uint32_t>(at[1]) << 16 |
            static_cast<uint32_t>(at[2]) << 8 | at[3];
 }

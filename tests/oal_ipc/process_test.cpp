@@ -117,7 +117,7 @@ TEST(Processes, OneOfManyCreatorsInitialises) {
 TEST(Processes, HoldersKilledAnywhereLeaveTheLockFree) {
     OAL_SemCreate(key);
     std::mt19937 random(4711);
-    for (int round = 0; round < 200; ++round) {
+    for (int round = 0; round < 1000; ++round) {
         Child worker([] {
             for (;;) {
                 if (OAL_SemLockByKey(key, 2000) != 0 || OAL_SemUnLockByKey(key, 2000) != 0) {
