@@ -40,7 +40,8 @@ BF_API void *oal_thread_entry(void *record);
 BF_API int32_t OAL_MSleep(uint32_t milliseconds);
 /* 0, or -1. */
 BF_API int32_t OAL_USleep(uint32_t microseconds);
-/* 0. */
+/* 0; the seconds left when sleeping fails. libc tells whole seconds, so that each signal can take
+ * away up to one. */
 BF_API int32_t OAL_Sleep(uint32_t seconds);
 /* The same once, with the clock before and after on standard output. */
 BF_API int32_t OAL_MSleepTest(uint32_t milliseconds);
@@ -66,7 +67,8 @@ BF_API int32_t OAL_Log2FileTest(const char *path, int32_t count);
  * 0, or -1 for a null and when folder or file cannot be had (with a debug line). */
 BF_API int32_t Unified_Operation_Log2File(const char *format, ...) BP_PRINTF(1, 2);
 /* Drops the first 3,000 lines of an operation log of 2 MiB or more. Not locked: what another
- * process appends in the meantime can be lost. */
+ * process appends in the meantime can be lost, and when two processes trim at once, the log
+ * (docs/operation-log.md). */
 BF_API void Unified_Check_OperationLog(void);
 
 /* ---- utilities ---- */
