@@ -74,6 +74,7 @@ Verdict judge(Board &board, const Access &access) {
         }
         fault.fired += 1;
         verdict.delay_us += fault.delay_us;
+        verdict.flips ^= fault.flips;
         if (fault.fails != 0 && !verdict.failure) {
             verdict.failure = fault.result;
         }
@@ -107,7 +108,7 @@ void remove_faults(Board &board, Origin origin) {
 Outcome perform(const Access &access, const std::function<int(State &)> &answer) {
     SharedState *const shared = process_state();
     if (shared == nullptr) {
-        return {-1, std::nullopt};
+        return {-1, std::nullopt, 0};
     }
     Outcome outcome = {};
     Verdict verdict;
@@ -125,6 +126,7 @@ Outcome perform(const Access &access, const std::function<int(State &)> &answer)
         } else {
             outcome.result = answer(state);
             outcome.value = verdict.value;
+            outcome.flips = verdict.flips;
         }
         count(state, access, outcome.result < 0);
         state.accounts.delayed_us += verdict.delay_us;

@@ -19,13 +19,17 @@ struct Access {
 struct Outcome {
     int result;
     std::optional<uint32_t> value;  // what a fault says was read
+    uint32_t flips;                 // the bits of it that a fault inverts
+
+    uint32_t seen(uint32_t real) const { return value.value_or(real) ^ flips; }
 };
 
 // What the faults have to say to an access; counts them. The first failure and the first value win,
-// delays add up.
+// flips and delays add up.
 struct Verdict {
     std::optional<int> failure;
     std::optional<uint32_t> value;
+    uint32_t flips = 0;
     uint64_t delay_us = 0;
 };
 Verdict judge(Board &board, const Access &access);

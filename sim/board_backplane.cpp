@@ -1,6 +1,7 @@
 // [[backplane]]: a disk backplane or a riser-type one, by the connector that it hangs on.
 #include <algorithm>
 #include <array>
+#include <bit>
 
 #include "board_reader.h"
 
@@ -32,9 +33,14 @@ constexpr std::array models = {
     Model{"BPRB", 0x5465, 1, 0},   Model{"BPRD", 0x546B, 0, 0},   Model{"BPRE", 0x5460, 2, 'A'},
 };
 
-// The cable-detect expanders sit behind one switch of the backplane, a channel an uplink.
+// Behind the backplane's switch, a channel an uplink.
 constexpr uint32_t uplink_switch = 0x70;
-constexpr uint32_t cable_expander = 0x27;
+
+// What the backplane straps on the pins of an uplink's expander: the uplink's index in bits 0-3,
+// and odd parity over bits 0-12. The pins above are outputs.
+uint16_t index_word(uint32_t index) {
+    return static_cast<uint16_t>(std::popcount(index) % 2 == 0 ? index | 0x1000 : index);
+}
 
 std::string uplink_name(const Model &model, uint32_t uplink) {
     const std::string name = "SLIMLINE";
@@ -51,12 +57,8 @@ const Row &row_of(Table &table, const char *key, const std::array<Row, count> &r
     const auto found =
         std::find_if(rows.begin(), rows.end(), [&](const Row &row) { return name == row.name; });
     if (found == rows.end()) {
-        std::string known;
-        for (const Row &row : rows) {
-            known += known.empty() ? row.name : std::string(", ") + row.name;
-        }
-        table.fail(key,
-                   "there is no " + std::string(key) + " \"" + name + "\"; there are " + known);
+        table.fail(key, "there is no " + std::string(key) + " \"" + name + "\"; there are " +
+                            listed(rows, [](const Row &row) { return row.name; }));
     }
     return *found;
 }
@@ -70,8 +72,10 @@ void read_backplane(Builder &builder, Table &table) {
     const uint32_t bus = identifier_route(connector.position)->bus;
     read_disks(builder, table, model.name, connector.name, bus);
     for (uint32_t uplink = 0; uplink < model.uplinks; ++uplink) {
-        builder.uplinks[std::string(connector.name) + ' ' + uplink_name(model, uplink)] = {
-            {bus, cable_expander, uplink_switch, uplink}, uplink, {}};
+        const std::string name = std::string(connector.name) + ' ' + uplink_name(model, uplink);
+        const Route route = {bus, cable_expander, uplink_switch, uplink};
+        builder.fit_expander(table, route, name, index_word(uplink));
+        builder.uplinks[name] = {route};
     }
 }
 

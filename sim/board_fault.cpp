@@ -81,12 +81,14 @@ FaultRecord parse_fault(Table &table, Origin origin) {
         fault.value = *value;
     }
     fault.delay_us = table.number("delay_us", 0, longest_delay_us).value_or(0);
+    fault.flips = table.number("flips", 1, 0xFFFFFFFF).value_or(0);
     const auto result = table.signed_number("result", INT32_MIN, -1);
-    if (result && fault.has_value != 0) {
+    const bool wrong = fault.has_value != 0 || fault.flips != 0;
+    if (result && wrong) {
         table.fail("result", "an access that fails reads no value");
     }
     // Neither a wrong word nor a delay: it fails.
-    fault.fails = result || (fault.has_value == 0 && fault.delay_us == 0) ? 1 : 0;
+    fault.fails = result || (!wrong && fault.delay_us == 0) ? 1 : 0;
     fault.result = result.value_or(-1);
     return fault;
 }

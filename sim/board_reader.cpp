@@ -2,7 +2,7 @@
 #include "board_reader.h"
 
 #include <algorithm>
-
+#include <array>
 #include <charconv>
 
 #include "access.h"
@@ -234,6 +234,15 @@ void Table::finish() const {
     }
 }
 
+Builder::Builder(Board &made) : board(made) {
+    // The mainboard's sockets, each on a channel of one switch.
+    constexpr std::array names = {"CPU1 SLIMLINE A", "CPU1 SLIMLINE B", "CPU2 SLIMLINE C",
+                                  "CPU2 SLIMLINE D", "CPU2 SLIMLINE E", "CPU2 SLIMLINE F"};
+    for (uint32_t socket = 0; socket < names.size(); ++socket) {
+        sockets[names[socket]] = {{12, cable_expander, 0x70, socket}};
+    }
+}
+
 ChipRecord &Builder::fit(const Table &from, const Route &route, std::string_view model,
                          std::string_view name, std::optional<uint32_t> size) {
     const std::string at = route_text(route);
@@ -257,6 +266,14 @@ ChipRecord &Builder::fit_expander(const Table &from, const Route &route, std::st
     registers[input_port] = static_cast<uint8_t>(pins);
     registers[input_port + 1] = static_cast<uint8_t>(pins >> 8);
     return chip;
+}
+
+void Builder::connect(const Table &from, const Route &known, const Route &route) {
+    try {
+        add_route(board, *find_chip(board, known), route);
+    } catch (const Error &error) {
+        from.fail(error.what());
+    }
 }
 
 void Builder::set_epld_bit(uint32_t reg, uint32_t bit, bool level) {

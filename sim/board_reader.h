@@ -18,6 +18,17 @@
 
 namespace boardsim {
 
+// "a, b, c"
+template <typename Rows, typename Name>
+std::string listed(const Rows &rows, Name name_of) {
+    std::string text;
+    for (const auto &row : rows) {
+        text += text.empty() ? "" : ", ";
+        text += name_of(row);
+    }
+    return text;
+}
+
 // One table of the file.
 class Table {
 public:
@@ -63,23 +74,26 @@ private:
     std::set<std::string, std::less<>> asked_;
 };
 
-// Where an end of a slimline cable goes. The expander in the cable's plug is on this route then.
+// Where an end of a slimline cable goes. The cable-detect expander sits on the backplane, one an
+// uplink; the cable carries the socket's I2C channel to it.
 struct Plug {
     Route route;
-    uint32_t index;     // an uplink's own
-    std::string cable;  // place of the cable that is in it; empty = none
+    std::string cable = {};  // place of the cable that is in it; empty = none
 };
+constexpr uint32_t cable_expander = 0x27;  // address on either route
 
 // The board that the sections of a file put together.
 class Builder {
 public:
-    explicit Builder(Board &made) : board(made) {}
+    explicit Builder(Board &made);
 
     // Fits a chip; a second one on the same route is an error at `from`.
     ChipRecord &fit(const Table &from, const Route &route, std::string_view model,
                     std::string_view name, std::optional<uint32_t> size = std::nullopt);
     ChipRecord &fit_expander(const Table &from, const Route &route, std::string_view name,
                              uint16_t pins);
+    // The chip on `known` is also reached on `route`, where others may be.
+    void connect(const Table &from, const Route &known, const Route &route);
     std::span<uint8_t> cells(const ChipRecord &chip) { return cells_of(board, chip); }
 
     void set_epld_bit(uint32_t reg, uint32_t bit, bool level);
@@ -89,6 +103,8 @@ public:
 
     Board &board;
     uint32_t fan_modules = 0;             // fitted ones by their bit
+    std::set<uint32_t> riser_slots;       // of the fitted risers
+    std::map<std::string, Plug> sockets;  // "CPU1 SLIMLINE A", "retimer 5 port 0"
     std::map<std::string, Plug> uplinks;  // of the fitted backplanes, "F I2C 1 SLIMLINE A"
 
 private:
@@ -106,7 +122,10 @@ struct Section {
 
 void read_mainboard(Builder &builder, Table &table);
 void read_card(Builder &builder, Table &table);
+void read_riser(Builder &builder, Table &table);
+void read_retimer(Builder &builder, Table &table);
 void read_backplane(Builder &builder, Table &table);
+void read_cable(Builder &builder, Table &table);
 void read_present(Builder &builder, Table &table);
 void read_chassis(Builder &builder, Table &table);
 void read_fan(Builder &builder, Table &table);

@@ -4,6 +4,8 @@
 #include "bus.h"
 
 #include <algorithm>
+#include <functional>
+#include <vector>
 
 #include "chips.h"
 
@@ -28,19 +30,28 @@ void count_transfer(State &state, uint32_t bus, size_t bytes) {
     account.bytes += bytes;
 }
 
+// The next chip on the route that acknowledges its address. There are several where a cable is
+// split: each of them takes what is written.
+ChipRecord *answering(Board &board, const Route &route, const ChipRecord *after) {
+    ChipRecord *chip = find_chip(board, route, after);
+    while (chip != nullptr && chip->answers == 0) {
+        chip = find_chip(board, route, chip);
+    }
+    return chip;
+}
+
 // The chip at the end of the route; null when a switch or the chip does not acknowledge.
 ChipRecord *reach(State &state, const Route &route) {
-    for (uint32_t level = 0; level < switch_levels && route.switch_at(level) != 0; ++level) {
-        if (!has_switch(state.board, route.bus, level, route)) {
+    for (uint32_t n = 0; n < route.switches(); ++n) {
+        if (!has_switch(state.board, route, n)) {
             spend(state, route.bus, unanswered_clocks);
             return nullptr;
         }
         spend(state, route.bus, selection_clocks);
     }
-    ChipRecord *chip = find_chip(state.board, route);
-    if (chip == nullptr || chip->answers == 0) {
+    ChipRecord *chip = answering(state.board, route, nullptr);
+    if (chip == nullptr) {
         spend(state, route.bus, unanswered_clocks);
-        return nullptr;
     }
     return chip;
 }
@@ -58,7 +69,7 @@ void account_missing_acknowledge(State &state, const Route &route) {
 int bus_read(State &state, const Route &route, uint32_t offset_width, uint32_t offset,
              std::span<uint8_t> data) {
     count_transfer(state, route.bus, data.size());
-    ChipRecord *chip = reach(state, route);
+    const ChipRecord *chip = reach(state, route);
     if (chip == nullptr) {
         return -1;
     }
@@ -66,19 +77,32 @@ int bus_read(State &state, const Route &route, uint32_t offset_width, uint32_t o
         offset_width == 0 ? 0 : condition_clocks + byte_clocks * (1 + offset_width);
     spend(state, route.bus,
           offset_clocks + condition_clocks + byte_clocks * (1 + data.size()) + condition_clocks);
-    return model_of(*chip).read(cells_of(state.board, *chip), offset, data) ? 0 : -1;
+    if (!model_of(*chip).read(cells_of(state.board, *chip), offset, data)) {
+        return -1;
+    }
+    // A bit is 1 on the bus when no chip pulls it low.
+    while ((chip = answering(state.board, route, chip)) != nullptr) {
+        std::vector<uint8_t> other(data.size());
+        if (model_of(*chip).read(cells_of(state.board, *chip), offset, other)) {
+            std::transform(data.begin(), data.end(), other.begin(), data.begin(), std::bit_and<>());
+        }
+    }
+    return 0;
 }
 
 int bus_write(State &state, const Route &route, uint32_t offset_width, uint32_t offset,
               std::span<const uint8_t> data) {
     count_transfer(state, route.bus, data.size());
-    ChipRecord *chip = reach(state, route);
-    if (chip == nullptr) {
-        return -1;
+    bool taken = false;
+    const ChipRecord *chip = reach(state, route);
+    if (chip != nullptr) {
+        spend(state, route.bus,
+              condition_clocks + byte_clocks * (1 + offset_width + data.size()) + condition_clocks);
     }
-    spend(state, route.bus,
-          condition_clocks + byte_clocks * (1 + offset_width + data.size()) + condition_clocks);
-    return model_of(*chip).write(cells_of(state.board, *chip), offset, data) ? 0 : -1;
+    for (; chip != nullptr; chip = answering(state.board, route, chip)) {
+        taken |= model_of(*chip).write(cells_of(state.board, *chip), offset, data);
+    }
+    return taken ? 0 : -1;
 }
 
 }  // namespace boardsim

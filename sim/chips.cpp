@@ -7,6 +7,8 @@ namespace boardsim {
 
 namespace {
 
+constexpr const char *no_room = "the board has no room for another chip";
+
 const ChipModel *const models[] = {&pca9535_model, &eeprom_model, &registers_model};
 
 }  // namespace
@@ -25,21 +27,24 @@ std::optional<uint32_t> find_model(std::string_view name) {
 uint32_t default_size(uint32_t model) { return models[model]->default_size; }
 uint32_t largest_size(uint32_t model) { return models[model]->largest_size; }
 
-ChipRecord *find_chip(Board &board, const Route &route) {
+ChipRecord *find_chip(Board &board, const Route &route, const ChipRecord *after) {
+    const auto begin = after == nullptr ? board.chips : board.chips + (after - board.chips) + 1;
     const auto end = board.chips + board.chip_count;
     const auto found =
-        std::find_if(board.chips, end, [&](const ChipRecord &chip) { return chip.route == route; });
+        std::find_if(begin, end, [&](const ChipRecord &chip) { return chip.route == route; });
     return found == end ? nullptr : found;
 }
 
 // A switch is on the board when some chip sits behind it.
-bool has_switch(const Board &board, uint32_t bus, uint32_t level, const Route &route) {
-    const uint32_t address_mask = level == 0 ? 0xFFFF : 0xFFFFFFFF;
-    const uint32_t channel_mask = level == 0 ? 0 : 0xFFFF;
+bool has_switch(const Board &board, const Route &route, uint32_t n) {
     return std::any_of(board.chips, board.chips + board.chip_count, [&](const ChipRecord &chip) {
-        return chip.route.bus == bus &&
-               ((chip.route.switch_address ^ route.switch_address) & address_mask) == 0 &&
-               ((chip.route.switch_channel ^ route.switch_channel) & channel_mask) == 0;
+        const Route &other = chip.route;
+        bool same = other.bus == route.bus && other.switches() > n;
+        for (uint32_t i = 0; same && i < n; ++i) {
+            same = other.switch_at(i) == route.switch_at(i) &&
+                   other.channel_at(i) == route.channel_at(i);
+        }
+        return same && other.switch_at(n) == route.switch_at(n);
     });
 }
 
@@ -50,7 +55,7 @@ std::span<uint8_t> cells_of(Board &board, const ChipRecord &chip) {
 ChipRecord &add_chip(Board &board, const Route &route, uint32_t model, uint32_t size,
                      std::string_view name) {
     if (board.chip_count == most_chips || chip_pool_size - board.pool_used < size) {
-        throw Error("the board has no room for another chip");
+        throw Error(no_room);
     }
     ChipRecord &chip = board.chips[board.chip_count++];
     chip = {};
@@ -63,6 +68,16 @@ ChipRecord &add_chip(Board &board, const Route &route, uint32_t model, uint32_t 
     board.pool_used += size;
     models[model]->power_on(cells_of(board, chip));
     return chip;
+}
+
+ChipRecord &add_route(Board &board, const ChipRecord &chip, const Route &route) {
+    if (board.chip_count == most_chips) {
+        throw Error(no_room);
+    }
+    ChipRecord &other = board.chips[board.chip_count++];
+    other = chip;
+    other.route = route;
+    return other;
 }
 
 }  // namespace boardsim

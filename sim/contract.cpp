@@ -44,10 +44,11 @@ bool is_transfer(const I2cChipRoute *route, uint32_t offset_width, const void *b
            (offset_width <= widest_offset || offset_width == width_of_part);
 }
 
-// A wrong word over the bytes of a read, low byte first.
-void overwrite(uint8_t *buffer, uint32_t length, uint32_t value) {
+// What a fault does to a word, done to the bytes of a read, low byte first.
+void disturb(const Outcome &outcome, uint8_t *buffer, uint32_t length) {
     for (uint32_t i = 0; i < length; ++i) {
-        buffer[i] = static_cast<uint8_t>(value >> (8 * (i % 2)));
+        const uint32_t shift = 8 * (i % 2);
+        buffer[i] = static_cast<uint8_t>(outcome.seen(uint32_t{buffer[i]} << shift) >> shift);
     }
 }
 
@@ -61,8 +62,8 @@ int read_bytes(Call call, const I2cChipRoute *route, uint32_t offset_width, uint
         const uint32_t width = width_for(state.board, access.route, offset_width);
         return bus_read(state, access.route, width, offset, {buffer, length});
     });
-    if (outcome.result >= 0 && outcome.value) {
-        overwrite(buffer, length, *outcome.value);
+    if (outcome.result >= 0) {
+        disturb(outcome, buffer, length);
     }
     return outcome.result;
 }
@@ -110,7 +111,7 @@ int read_word(Call call, const I2cChipRoute *route, uint32_t first, uint32_t mas
     const Outcome outcome =
         perform(access, [&](State &state) { return read_pair(state, access.route, first, word); });
     if (outcome.result >= 0) {
-        *value = outcome.value.value_or(word) & mask;
+        *value = outcome.seen(word) & mask;
     }
     return outcome.result;
 }
@@ -149,7 +150,7 @@ int epldio_read(uint32_t reg, uint16_t *value) {
         return 0;
     });
     if (outcome.result >= 0) {
-        *value = static_cast<uint16_t>(outcome.value.value_or(word));
+        *value = static_cast<uint16_t>(outcome.seen(word));
     }
     return outcome.result;
 }
@@ -211,7 +212,7 @@ int ei2c_pca9535_get_value(const I2cChipRoute *route, uint32_t pin, uint32_t *va
         return bus_read(state, access.route, 1, input_port + pin / 8, {&port, 1});
     });
     if (outcome.result >= 0) {
-        *value = outcome.value.value_or(port >> (pin % 8)) & 1;
+        *value = outcome.seen(uint32_t{port} >> (pin % 8)) & 1;
     }
     return outcome.result;
 }
@@ -253,7 +254,9 @@ int get_gpio_data(uint32_t line) {
     const Outcome outcome = perform({Call::get_gpio_data, Target::gpio, line}, [&](State &state) {
         return static_cast<int>(state.board.gpio[line]);
     });
-    return outcome.result >= 0 && outcome.value ? static_cast<int>(*outcome.value) : outcome.result;
+    return outcome.result < 0
+               ? outcome.result
+               : static_cast<int>(outcome.seen(static_cast<uint32_t>(outcome.result)));
 }
 
 int get_fan_speed(uint32_t unit, uint32_t fan, uint32_t *rpm) {
@@ -266,7 +269,7 @@ int get_fan_speed(uint32_t unit, uint32_t fan, uint32_t *rpm) {
         return state.board.fans[fan].answers != 0 ? 0 : refused;
     });
     if (outcome.result >= 0) {
-        *rpm = outcome.value.value_or(speed);
+        *rpm = outcome.seen(speed);
     }
     return outcome.result;
 }
@@ -283,7 +286,7 @@ int mmap_read32(uint32_t physical, uint32_t *value) {
             return found == nullptr ? refused : 0;
         });
     if (outcome.result >= 0) {
-        *value = outcome.value.value_or(word);
+        *value = outcome.seen(word);
     }
     return outcome.result;
 }
@@ -319,7 +322,7 @@ int hdd_get_back_panel_id(uint32_t *id) {
         return state.board.has_back_panel_id != 0 ? 0 : refused;
     });
     if (outcome.result >= 0) {
-        *id = outcome.value.value_or(number);
+        *id = outcome.seen(number);
     }
     return outcome.result;
 }

@@ -1,6 +1,7 @@
 // The contract's diagnostics: lines on standard error, from a chosen level up.
 //
-// BOARDSIM_LOG chooses the level: error, warn (the default), info, debug or none.
+// BOARDSIM_LOG chooses the level: error (the default), warn, info, debug or none. The
+// identification of PCIe slots warns of its successes as well.
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
@@ -28,7 +29,7 @@ Level chosen_level() {
                 return static_cast<Level>(i);
             }
         }
-        return level_warn;
+        return level_error;
     }();
     return level;
 }

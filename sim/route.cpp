@@ -43,9 +43,9 @@ std::vector<std::string_view> split(std::string_view text, char separator) {
 Route route_of(const I2cChipRoute &contract) {
     Route route = {contract.bus, contract.address, contract.switch_address,
                    contract.switch_channel};
-    for (uint32_t level = 0; level < switch_levels; ++level) {
-        if (route.switch_at(level) == 0) {
-            route.switch_channel &= ~(0xFFFFu << (16 * level));
+    for (const uint32_t half : {0xFFFFu, 0xFFFF0000u}) {
+        if ((route.switch_address & half) == 0) {
+            route.switch_channel &= ~half;
         }
     }
     return route;
@@ -63,12 +63,9 @@ I2cChipRoute contract_route(const Route &route) {
 std::string route_text(const Route &route) {
     char part[32];
     std::string text = std::to_string(route.bus);
-    for (uint32_t level = 0; level < switch_levels; ++level) {
-        if (route.switch_at(level) != 0) {
-            std::snprintf(part, sizeof(part), ":0x%02X.%u", route.switch_at(level),
-                          route.channel_at(level));
-            text += part;
-        }
+    for (uint32_t n = 0; n < route.switches(); ++n) {
+        std::snprintf(part, sizeof(part), ":0x%02X.%u", route.switch_at(n), route.channel_at(n));
+        text += part;
     }
     std::snprintf(part, sizeof(part), ":0x%02X", route.address);
     return text + part;
@@ -76,7 +73,7 @@ std::string route_text(const Route &route) {
 
 std::optional<Route> parse_route(std::string_view text) {
     const auto parts = split(text, ':');
-    if (parts.size() < 2 || parts.size() > 2 + switch_levels) {
+    if (parts.size() < 2 || parts.size() > 2 + most_switches) {
         return std::nullopt;
     }
     const auto bus = parse_number(parts.front(), largest_bus);
@@ -85,8 +82,8 @@ std::optional<Route> parse_route(std::string_view text) {
         return std::nullopt;
     }
     Route route = {*bus, *address, 0, 0};
-    for (uint32_t level = 0; level + 2 < parts.size(); ++level) {
-        const auto pair = split(parts[level + 1], '.');
+    for (size_t n = 1; n + 1 < parts.size(); ++n) {
+        const auto pair = split(parts[n], '.');
         if (pair.size() != 2) {
             return std::nullopt;
         }
@@ -95,8 +92,8 @@ std::optional<Route> parse_route(std::string_view text) {
         if (!address_of_switch || *address_of_switch == 0 || !channel) {
             return std::nullopt;
         }
-        route.switch_address |= *address_of_switch << (16 * level);
-        route.switch_channel |= *channel << (16 * level);
+        route.switch_address = route.switch_address << 16 | *address_of_switch;
+        route.switch_channel = route.switch_channel << 16 | *channel;
     }
     return route;
 }

@@ -34,7 +34,8 @@ constexpr uint32_t chip_pool_size = 512 * 1024;
 constexpr uint32_t most_memory_words = 256;
 constexpr uint32_t most_faults = 64;
 
-// A chip; its registers or cells are `size` bytes of the pool.
+// A chip on a route; its registers or cells are `size` bytes of the pool. Two with the same bytes
+// are one chip that is reached in two ways.
 struct ChipRecord {
     Route route;
     uint32_t model;  // index in the list of chip models
@@ -73,12 +74,14 @@ struct FaultRecord {
     int32_t result;  // of an access that fails
     uint32_t has_value;
     uint32_t value;  // read in place of the real one
+    uint32_t flips;  // bits of it that are read inverted
     uint32_t delay_us;
+    uint32_t reserved;
     uint64_t seen;   // accesses that matched
     uint64_t fired;  // accesses that it changed
 };
-static_assert(sizeof(FaultRecord) == 72 && alignof(FaultRecord) == 8);
-static_assert(offsetof(FaultRecord, seen) == 56);
+static_assert(sizeof(FaultRecord) == 80 && alignof(FaultRecord) == 8);
+static_assert(offsetof(FaultRecord, seen) == 64);
 
 constexpr uint32_t flash_pages = 2046;
 constexpr uint32_t flash_page_size = 16;
@@ -128,7 +131,7 @@ struct Board {
 static_assert(offsetof(Board, epld) == 88 && offsetof(Board, memory) == 8680);
 static_assert(offsetof(Board, faults) == 8680 + 2048 + 384 * 64);
 static_assert(sizeof(Board) ==
-              8680 + 2048 + 384 * 64 + 64 * 72 + sizeof(FlashRecord) + chip_pool_size);
+              8680 + 2048 + 384 * 64 + 64 * 80 + sizeof(FlashRecord) + chip_pool_size);
 
 // ---- what happened ----
 
@@ -174,7 +177,7 @@ struct State {
 static_assert(sizeof(State) == sizeof(Header) + sizeof(Accounts) + sizeof(Board));
 
 constexpr char state_magic[8] = {'B', 'O', 'A', 'R', 'D', 'S', 'I', 'M'};
-constexpr uint32_t state_version = 3;
+constexpr uint32_t state_version = 4;
 
 uint64_t hash_of(std::string_view text);
 

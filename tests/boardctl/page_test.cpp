@@ -70,7 +70,7 @@ TEST(Routes, EachLevelOfSwitches) {
     const Json one = boardctl::route_json({4, 0x21, 0, 0x70, 3, "x"});
     EXPECT_EQ(one["switches"], Json::array({{{"address", "0x70"}, {"channel", 3}}}));
     EXPECT_EQ(boardctl::route_text(one), "4/0x70.3/0x21");
-    const Json two = boardctl::route_json({0xFF, 0x50, 0, 0x00710070, 0x00020001, "x"});
+    const Json two = boardctl::route_json({0xFF, 0x50, 0, 0x00700071, 0x00010002, "x"});
     EXPECT_TRUE(two["bus"].is_null());
     EXPECT_EQ(boardctl::route_text(two), "*/0x70.1/0x71.2/0x50");
 }

@@ -204,8 +204,8 @@ TEST_F(Boardsim, RealTimeSleeps) {
 }
 
 TEST_F(Boardsim, LogLevel) {
-    EXPECT_EQ(probe("", "warn debug").errors, "warn module 56 probe:1 main: warned\n");
-    EXPECT_EQ(probe("--log error", "warn debug").errors, "");
+    EXPECT_EQ(probe("", "warn debug").errors, "");
+    EXPECT_EQ(probe("--log warn", "warn debug").errors, "warn module 56 probe:1 main: warned\n");
     EXPECT_EQ(probe("--log debug", "debug").errors, "debug module 56 probe:2 main: debugged\n");
     EXPECT_EQ(probe("--log loud", "debug").status, 2);
 }

@@ -53,7 +53,7 @@ TEST_F(Accounts, EverySwitchOnTheWayIsSelectedEachTime) {
     EXPECT_EQ(word_at(at(4, 0x22, 0x70, 1)), 0xFFFF);
     EXPECT_EQ(bus(4).clocks, 2 * (word_read + selection));
     uint8_t byte = 0;
-    const I2cChipRoute far = at(5, 0x22, 0x710070, 0x20001);
+    const I2cChipRoute far = at(5, 0x22, 0x700071, 0x10002);
     EXPECT_EQ(ei2c_smbus_read_byte_data(&far, 0, &byte), 0);
     EXPECT_EQ(bus(5).clocks, word_read - 9 + 2 * selection);
 }
@@ -66,7 +66,7 @@ TEST_F(Accounts, MissingChipsAndSwitchesCostAnAddress) {
     EXPECT_EQ(bus(4).clocks, selection + unanswered);
     word_at(at(3, 0x22, 0x70, 1));  // no such switch on this bus
     EXPECT_EQ(bus(3).clocks, unanswered);
-    word_at(at(5, 0x22, 0x720070, 0x20001));
+    word_at(at(5, 0x22, 0x700072, 0x10002));
     EXPECT_EQ(bus(5).clocks, selection + unanswered);
 }
 

@@ -119,6 +119,94 @@ INSTANTIATE_TEST_SUITE_P(
               "x.toml:4: backplane: a chip at 7:0x20 is already fitted by x.toml:1"}));
 
 INSTANTIATE_TEST_SUITE_P(
+    RisersAndRetimers, WrongFile,
+    testing::Values(
+        Wrong{"[[riser]]\nboard = 0x5469", "x.toml:1: riser.connector: is missing"},
+        Wrong{"[[riser]]\nconnector = \"RISER2\"", "x.toml:1: riser.board: is missing"},
+        Wrong{
+            "[[riser]]\nconnector = \"RISER1\"\nboard = 0x5469",
+            "x.toml:2: riser.connector: there is no riser connector \"RISER1\"; there are RISER2, "
+            "RISER3"},
+        Wrong{"[[riser]]\nconnector = \"RISER2\"\nboard = 0x5469\nslots = 3",
+              "x.toml:4: riser.slots: unknown key"},
+        Wrong{"[[backplane]]\nconnector = \"R I2C 5\"\nmodel = \"BPRB\"\n[[riser]]\nconnector = "
+              "\"RISER2\"\nboard = 0x5469",
+              "x.toml:1: backplane: a chip at 4:0x20 is already fitted by x.toml:4"},
+        Wrong{"[[retimer]]\nbom = 1", "x.toml:1: retimer.slot: is missing"},
+        Wrong{"[[retimer]]\nslot = 11", "x.toml:2: retimer.slot: 0xB is out of range, 0x1 to 0xA"},
+        Wrong{"[[retimer]]\nslot = 5", "x.toml:2: retimer.slot: no riser with a slot 5 is fitted"},
+        Wrong{"[[riser]]\nconnector = \"RISER2\"\nboard = 0x546A\n[[retimer]]\nslot = 4",
+              "x.toml:5: retimer.slot: no riser with a slot 4 is fitted"},
+        Wrong{"[[riser]]\nconnector = \"RISER2\"\nboard = 0x546A\n[[retimer]]\nslot = 5\nboard = "
+              "0x546C",
+              "x.toml:6: retimer.board: unknown key"},
+        Wrong{"[[riser]]\nconnector = \"RISER2\"\nboard = 0x546A\n[[retimer]]\nslot = "
+              "5\n[[card]]\nposition = \"pcie5\"",
+              "x.toml:4: retimer: a card is already fitted in pcie5"}));
+
+// Each on a board of two front backplanes of four uplinks.
+class WrongCable : public testing::TestWithParam<Wrong> {};
+
+TEST_P(WrongCable, IsRefusedWithLineAndKey) {
+    const std::string board =
+        "[[backplane]]\nconnector = \"F I2C 1\"\nmodel = \"BPFA\"\n"
+        "[[backplane]]\nconnector = \"F I2C 2\"\nmodel = \"BPRA\"\n";
+    EXPECT_EQ(refusal(board + GetParam().text), GetParam().message);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Cables, WrongCable,
+    testing::Values(
+        Wrong{"[[cable]]\nto = \"F I2C 1 SLIMLINE A\"", "x.toml:7: cable.from: is missing"},
+        Wrong{"[[cable]]\nfrom = \"CPU1 SLIMLINE A\"", "x.toml:7: cable.to: is missing"},
+        Wrong{
+            "[[cable]]\nfrom = \"CPU1 SLIMLINE C\"\nto = \"F I2C 1 SLIMLINE A\"",
+            "x.toml:8: cable.from: there is no socket \"CPU1 SLIMLINE C\"; there are CPU1 SLIMLINE "
+            "A, CPU1 SLIMLINE B, CPU2 SLIMLINE C, CPU2 SLIMLINE D, CPU2 SLIMLINE E, CPU2 SLIMLINE "
+            "F"},
+        Wrong{
+            "[[cable]]\nfrom = \"retimer 5 port 0\"\nto = \"F I2C 1 SLIMLINE A\"",
+            "x.toml:8: cable.from: there is no socket \"retimer 5 port 0\"; there are CPU1 "
+            "SLIMLINE "
+            "A, CPU1 SLIMLINE B, CPU2 SLIMLINE C, CPU2 SLIMLINE D, CPU2 SLIMLINE E, CPU2 SLIMLINE "
+            "F"},
+        Wrong{"[[cable]]\nfrom = \"CPU1 SLIMLINE A\"\nto = \"F I2C 1 SLIMLINE E\"",
+              "x.toml:9: cable.to: there is no uplink \"F I2C 1 SLIMLINE E\"; there are F I2C 1 "
+              "SLIMLINE A, F I2C 1 SLIMLINE B, F I2C 1 SLIMLINE C, F I2C 1 SLIMLINE D, F I2C 2 "
+              "SLIMLINE"},
+        Wrong{
+            "[[cable]]\nfrom = \"CPU1 SLIMLINE A\"\nto = \"F I2C 1 SLIMLINE A\"\nplugged_into = "
+            "\"CPU3\"",
+            "x.toml:10: cable.plugged_into: there is no socket \"CPU3\"; there are CPU1 SLIMLINE "
+            "A, CPU1 SLIMLINE B, CPU2 SLIMLINE C, CPU2 SLIMLINE D, CPU2 SLIMLINE E, CPU2 SLIMLINE "
+            "F"},
+        Wrong{
+            "[[cable]]\nfrom = \"CPU1 SLIMLINE A\"\nto = \"F I2C 1 SLIMLINE A\"\n[[cable]]\nfrom = "
+            "\"CPU1 SLIMLINE B\"\nto = \"F I2C 1 SLIMLINE A\"",
+            "x.toml:12: cable.to: \"F I2C 1 SLIMLINE A\" has the cable of x.toml:7 already"},
+        Wrong{
+            "[[cable]]\nfrom = \"CPU1 SLIMLINE A\"\nto = \"F I2C 1 SLIMLINE A\"\n[[cable]]\nfrom = "
+            "\"CPU1 SLIMLINE A\"\nto = \"F I2C 1 SLIMLINE B\"",
+            "x.toml:11: cable.from: \"CPU1 SLIMLINE A\" has the cable of x.toml:7 already; a "
+            "second "
+            "end of that one says split = true"},
+        Wrong{
+            "[[cable]]\nfrom = \"CPU1 SLIMLINE A\"\nto = \"F I2C 1 SLIMLINE A\"\n[[cable]]\nfrom = "
+            "\"CPU1 SLIMLINE B\"\nto = \"F I2C 1 SLIMLINE B\"\nplugged_into = \"CPU1 SLIMLINE A\"",
+            "x.toml:13: cable.plugged_into: \"CPU1 SLIMLINE A\" has the cable of x.toml:7 already; "
+            "a "
+            "second end of that one says split = true"},
+        Wrong{"[[cable]]\nfrom = \"CPU1 SLIMLINE A\"\nto = \"F I2C 1 SLIMLINE A\"\nparity = false",
+              "x.toml:10: cable.parity: unknown key"},
+        Wrong{"[[cable]]\nfrom = \"CPU1 SLIMLINE A\"\nto = \"F I2C 1 SLIMLINE A\"\nsplit = 1",
+              "x.toml:10: cable.split: is neither true nor false"}));
+
+TEST(BoardFile, CablesNeedABackplane) {
+    EXPECT_EQ(refusal("[[cable]]\nfrom = \"CPU1 SLIMLINE A\"\nto = \"F I2C 1 SLIMLINE A\""),
+              "x.toml:3: cable.to: there is no uplink \"F I2C 1 SLIMLINE A\"");
+}
+
+INSTANTIATE_TEST_SUITE_P(
     FansAndPower, WrongFile,
     testing::Values(
         Wrong{"[[fan]]\nfront_rpm = 1", "x.toml:1: fan.module: is missing"},
@@ -220,6 +308,9 @@ INSTANTIATE_TEST_SUITE_P(
         Wrong{"[time]\nreal = \"yes\"", "x.toml:2: time.real: is neither true nor false"},
         Wrong{"[[fault]]\nregister = 0x1000", "x.toml:2: fault.register: 0x1000 is out of range"},
         Wrong{"[[fault]]\nnth = 1", "x.toml:1: fault: needs an access or a target"},
+        Wrong{"[[fault]]\nline = 1\nflips = 0", "x.toml:3: fault.flips: 0x0 is out of range"},
+        Wrong{"[[fault]]\nline = 1\nflips = 1\nresult = -5",
+              "x.toml:4: fault.result: an access that fails reads no value"},
         Wrong{"[[fault]]\nline = 1\noffset = 1", "x.toml:3: fault.offset: unknown key"}));
 
 TEST(BoardFile, NumbersOfOneRegisterWrittenTwiceAreRefused) {

@@ -170,16 +170,17 @@ at = "4:0x22"
 kind = "pca9535"
 input = 0x3333
 )");
-    EXPECT_EQ(word_at(at(4, 0x22, 0x710070, 0x20001)), 0x1111);
+    EXPECT_EQ(word_at(at(4, 0x22, 0x700071, 0x10002)), 0x1111);  // the inner switch below
     EXPECT_EQ(word_at(at(4, 0x22, 0x70, 1)), 0x2222);
     EXPECT_EQ(word_at(at(4, 0x22)), 0x3333);
     EXPECT_EQ(word_at(at(5, 0x22)), -1);
     EXPECT_EQ(word_at(at(4, 0x23)), -1);
     EXPECT_EQ(word_at(at(4, 0x22, 0x70, 2)), -1);
     EXPECT_EQ(word_at(at(4, 0x22, 0x72, 1)), -1);
-    EXPECT_EQ(word_at(at(4, 0x22, 0x710070, 0x10001)), -1);
-    EXPECT_EQ(word_at(at(4, 0x22, 0x720070, 0x20001)), -1);
-    EXPECT_EQ(word_at(at(4, 0x22, 0x710070, 0x20002)), -1);
+    EXPECT_EQ(word_at(at(4, 0x22, 0x700071, 0x10001)), -1);
+    EXPECT_EQ(word_at(at(4, 0x22, 0x700072, 0x10002)), -1);
+    EXPECT_EQ(word_at(at(4, 0x22, 0x700071, 0x20002)), -1);
+    EXPECT_EQ(word_at(at(4, 0x22, 0x710070, 0x20001)), -1);
 }
 
 TEST_F(Chips, ChannelWithoutSwitchNameAndFlagsSayNothing) {

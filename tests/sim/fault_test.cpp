@@ -63,6 +63,35 @@ TEST_F(Faults, CardNamesItsIdentifierChip) {
     EXPECT_EQ(word_at(at(13, 0x26)), -1);
 }
 
+TEST_F(Faults, FlippedBitsOfWhatIsRead) {
+    board(std::string(chips) +
+          "[epld.registers]\n0x208 = 0x0F0F\n[[fan]]\nmodule = 1\nfront_rpm = 5\n");
+    sim().add_fault("chip=13:0x26,flips=0x8001");
+    sim().add_fault("chip=3:0x51,flips=0x0201");
+    sim().add_fault("register=0x208,flips=0xFFFF");
+    sim().add_fault("fan=0,flips=2");
+    sim().add_fault("line=3,flips=1");
+    EXPECT_EQ(word_at(at(13, 0x26)), mainboard_word ^ 0x8001);
+    EXPECT_EQ(word_at(at(13, 0x26), 0x00FF), 0x0001);
+    uint32_t pin = 0;
+    const I2cChipRoute identifier = at(13, 0x26);
+    EXPECT_EQ(ei2c_pca9535_get_value(&identifier, 1, &pin), 0);
+    EXPECT_EQ(pin, 1u);  // bit 0 of the answer, whichever the pin
+    std::array<uint8_t, 3> bytes = {};
+    EXPECT_EQ(ei2c_eeprom_read(&eeprom, 0, bytes.data(), 3), 3);
+    EXPECT_THAT(bytes, testing::ElementsAre('0' ^ 1, '1' ^ 2, '2' ^ 1));  // low byte first
+    EXPECT_EQ(epld_at(0x208), 0xF0F0);
+    uint32_t rpm = 0;
+    EXPECT_EQ(get_fan_speed(0, 0, &rpm), 0);
+    EXPECT_EQ(rpm, 7u);
+    EXPECT_EQ(get_gpio_data(3), 1);
+    // what is there is not changed: a second flip undoes the first
+    sim().add_fault("register=0x208,flips=0x000F");
+    EXPECT_EQ(epld_at(0x208), 0xF0FF);
+    sim().remove_faults(boardsim::Origin::program);
+    EXPECT_EQ(epld_at(0x208), 0x0F0F);
+}
+
 TEST_F(Faults, OneOffsetOfAChip) {
     board(chips).add_fault("chip=3:0x51,offset=4");
     std::array<uint8_t, 2> bytes = {};

@@ -5,11 +5,12 @@ namespace boardctl {
 Json route_json(const I2cChipRoute &route) {
     constexpr uint32_t floating_bus = 0xFF;
     Json switches = Json::array();
-    for (const int level : {0, 16}) {
-        const uint32_t address = (route.switch_address >> level) & 0xFFFF;
+    // The outer switch of two stands in the upper halves.
+    for (const int shift : {16, 0}) {
+        const uint32_t address = (route.switch_address >> shift) & 0xFFFF;
         if (address != 0) {
             switches.push_back({{"address", hex_byte(address)},
-                                {"channel", (route.switch_channel >> level) & 0xFFFF}});
+                                {"channel", (route.switch_channel >> shift) & 0xFFFF}});
         }
     }
     return {{"bus", unless(floating_bus, route.bus)},

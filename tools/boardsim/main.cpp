@@ -233,7 +233,7 @@ int main(int argc, char **argv) {
     app.add_flag("--account", options.account,
                  "print accesses, bus time and sleeps on standard error at the end");
     app.add_flag("--real-time", options.real_time, "sleep when the program sleeps");
-    app.add_option("--log", options.log, "diagnostics from this level up (default: warn)")
+    app.add_option("--log", options.log, "diagnostics from this level up (default: error)")
         ->type_name("none|error|warn|info|debug")
         ->check(CLI::IsMember({"none", "error", "warn", "info", "debug"}));
     app.add_option("--emulator", options.emulator,
