@@ -139,8 +139,8 @@ const std::vector<Board> all_boards = {
      "0x5459",
      0,
      {0, 1},
-     {7, 9, 17, 18, 19, 20, 22, 28},
-     {{7, "0x5468"}, {9, "0x5459"}}},
+     {7, 9, 14, 17, 18, 19, 20, 22, 28},
+     {{7, "0x5468"}, {9, "0x5459"}, {14, "0x5479"}}},
     {"broken-identifiers",
      1,
      nullptr,
@@ -245,7 +245,12 @@ TEST(Program, AnEditedBoardAnswersOtherwise) {
         ASSERT_NE(at, std::string::npos) << from;
         text.replace(at, from.size(), to);
     };
-    text.erase(text.find("# ---- cables"), text.find("# ---- fans") - text.find("# ---- cables"));
+    const auto erase = [&](const std::string &from, const std::string &to) {
+        const std::size_t at = text.find(from);
+        text.erase(at, text.find(to, at) - at);
+    };
+    erase("disks = [", "\n[[");
+    erase("# ---- cables", "# ---- fans");
     change("bom = 0", "bom = 1");
     change("model = \"BPFC\"", "model = \"BPFD\"");
     char path[] = "/tmp/boardctl-board-XXXXXX";

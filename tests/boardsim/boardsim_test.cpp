@@ -176,7 +176,7 @@ TEST_F(Boardsim, FaultsOfAnEarlierRunAreOver) {
 TEST_F(Boardsim, AccountOfThisRun) {
     EXPECT_EQ(probe("--state /var/kept", "read 0 read 0").errors, "");
     const Result run = probe("--state /var/kept --account --fault register=0x10,delay_us=500000",
-                             "word 13 0x26 word 13 0x26 word 8 0x21 read 0x10 sleep 250000");
+                             "word 13 0x26 word 13 0x26 word 8 0x2F read 0x10 sleep 250000");
     EXPECT_THAT(run.errors, HasSubstr("ei2c_pca9535_get_word_value                  3         1"
                                       "  bus 8: 1, bus 13: 2\n"));
     EXPECT_THAT(run.errors,
