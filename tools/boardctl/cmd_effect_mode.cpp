@@ -34,7 +34,7 @@ void show_effect_mode(Page &page, const Json &document) {
                            {"Stored text", "/stored"}});
 }
 
-void add_set(Cli &cli, CLI::App &parent) {
+void add_set_mode(Cli &cli, CLI::App &parent) {
     const auto mode = std::make_shared<uint32_t>(0);
     CLI::App &command = cli.add(
         {.name = "set",
@@ -68,7 +68,7 @@ void add_effect_mode(Cli &cli) {
                                  .run = effect_mode,
                                  .show = show_effect_mode,
                                  .in_report = false});
-    add_set(cli, command);
+    add_set_mode(cli, command);
 }
 
 }  // namespace boardctl

@@ -309,7 +309,7 @@ void show_dumpfile(Page &page, const Json &document) {
                            {"Pages not read", "/unread_pages"}});
 }
 
-Json erase(Session &session) {
+Json erase_flash(Session &session) {
     session.confirm(
         "Erase the whole flash? The host firmware finds no slots until they are stored.");
     int32_t result;
@@ -388,7 +388,7 @@ void add_pcie_flash(Cli &cli, CLI::App &pcie_command) {
     cli.add({.name = "erase",
              .title = "",
              .summary = "Erase the whole flash",
-             .run = erase,
+             .run = erase_flash,
              .show = show_erase,
              .in_report = false,
              .changes = true},

@@ -56,14 +56,14 @@ void take_bytes(const std::array<uint8_t, count> &bytes, Values &values) {
 
 // The file's own entries, for a setting that the library uses and does not hand out.
 template <std::size_t count>
-bool read_entries(const char *file, const char *section, const char *const (&keys)[count],
+bool read_entries(const char *file, const char *section, const char *const (&names)[count],
                   Values &values) {
     const std::optional<IniText> text = IniText::load(file);
     if (!text) {
         return false;
     }
     for (std::size_t i = 0; i < count; ++i) {
-        if (const auto stored = text->value(section, keys[i])) {
+        if (const auto stored = text->value(section, names[i])) {
             values[i] = number_of(*stored).value_or(values[i].get<int64_t>());
         }
     }
