@@ -140,6 +140,7 @@ const std::vector<Board> all_boards = {
      0,
      {0, 1},
      {7, 9, 14, 17, 18, 19, 20, 22, 28},
+     // the kit's identity is read as that of a card in its place
      {{7, "0x5468"}, {9, "0x5459"}, {14, "0x5479"}}},
     {"broken-identifiers",
      1,
@@ -223,7 +224,7 @@ TEST_P(Golden, Table) {
 
 INSTANTIATE_TEST_SUITE_P(Tarn12Bay, Golden,
                          testing::Values("identity", "maintenance", "cards", "cpus", "leds",
-                                         "netcards", "raidcards"),
+                                         "netcards", "raidcards", "fans", "cooling", "liquid"),
                          [](const auto &command) { return command.param; });
 
 TEST(Program, ColoursItsTablesOnATerminal) {

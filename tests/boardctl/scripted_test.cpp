@@ -47,9 +47,9 @@ std::string file_text(const char *path) {
 }
 
 const std::vector<std::string> all_commands = {
-    "identity",    "maintenance", "cards",  "cpus",   "leds",     "netcards",
-    "raidcards",   "pcie",        "config", "alarms", "customer", "slots-custom",
-    "effect-mode", "soc",         "ipc",    "report"};
+    "fans",         "cooling",     "liquid",    "identity", "maintenance", "cards",  "cpus",
+    "leds",         "netcards",    "raidcards", "pcie",     "config",      "alarms", "customer",
+    "slots-custom", "effect-mode", "soc",       "ipc",      "report"};
 
 TEST(Identity, TellsTheMainBoard) {
     main_board(t_variant_word);
@@ -401,6 +401,7 @@ TEST_F(Switch, TakesOnAndOffOnly) {
 TEST(Report, HoldsTheDocumentsOfAllCommands) {
     main_board(t_variant_word);
     scripted::platform().epld[0x208] = 0x1234;
+    scripted::platform().fan_rpm = {{3, 9000}, {7, 8000}};  // the fourth module's
     const Outcome outcome = ask({"report", "--json"});
     EXPECT_EQ(outcome.status, 0);
     Json report = outcome.json();
@@ -413,9 +414,9 @@ TEST(Report, HoldsTheDocumentsOfAllCommands) {
         alone.erase("failures");
         EXPECT_EQ(document, alone) << name;
     }
-    EXPECT_THAT(names,
-                testing::IsSupersetOf({"identity", "cards", "cpus", "leds", "netcards", "raidcards",
-                                       "pcie", "config", "alarms", "customer", "slots-custom"}));
+    EXPECT_THAT(names, testing::IsSupersetOf({"identity", "cards", "cpus", "leds", "netcards",
+                                              "raidcards", "pcie", "fans", "cooling", "liquid",
+                                              "config", "alarms", "customer", "slots-custom"}));
     EXPECT_EQ(names.front(), "identity");
 
     const std::string table = ask({"report"}).out;

@@ -11,6 +11,9 @@
     FAMILY(netcards)              \
     FAMILY(raidcards)             \
     FAMILY(pcie)                  \
+    FAMILY(fans)                  \
+    FAMILY(cooling)               \
+    FAMILY(liquid)                \
     FAMILY(config)                \
     FAMILY(alarms)                \
     FAMILY(customer)              \
