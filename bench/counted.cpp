@@ -4,6 +4,7 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "boardfeatures/cooling.h"
 #include "boardfeatures/pcieid_enum.h"
 #include "support/instant_board.h"
 #include "support/pciecfg_model.h"
@@ -17,6 +18,9 @@ struct Work {
     pciecap_list up;
     pciecap_list wanted;
     pcieid_workspace workspace;
+    FanPidParas pid;
+    CoolingModeRecord modes[FAN_COOLING_MODES_MAX];
+    FanPower power[FAN_POWER_ROWS];
 };
 
 Work work;
@@ -43,6 +47,14 @@ const Operation operations[] = {
      [] {
          sink = static_cast<uint32_t>(pcieid_identify(&work.workspace, &work.workspace.identified));
      }},
+    {"constant", "a cooling constant, the configuration known",
+     [] { sink = static_cast<uint32_t>(FAN_GetPulse()); }},
+    {"pid", "the PID parameters of a component",
+     [] { sink = static_cast<uint32_t>(FAN_GetCPULargePIDParas(&work.pid)); }},
+    {"modes", "all cooling modes",
+     [] { sink = static_cast<uint32_t>(FAN_GetCoolingMode(work.modes)); }},
+    {"power", "the fan power table",
+     [] { sink = static_cast<uint32_t>(FAN_GetTotalPower(work.power, FAN_TYPE_DUAL_ROTOR)); }},
 };
 
 }  // namespace
