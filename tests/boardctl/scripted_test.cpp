@@ -47,9 +47,9 @@ std::string file_text(const char *path) {
 }
 
 const std::vector<std::string> all_commands = {
-    "fans",         "cooling",     "liquid",    "identity", "maintenance", "cards",  "cpus",
-    "leds",         "netcards",    "raidcards", "pcie",     "config",      "alarms", "customer",
-    "slots-custom", "effect-mode", "soc",       "ipc",      "report"};
+    "fans",   "cooling",  "liquid",       "identity",    "maintenance", "cards", "cpus",
+    "leds",   "netcards", "raidcards",    "pcie",        "backplanes",  "disks", "config",
+    "alarms", "customer", "slots-custom", "effect-mode", "soc",         "ipc",   "report"};
 
 TEST(Identity, TellsTheMainBoard) {
     main_board(t_variant_word);
@@ -414,9 +414,10 @@ TEST(Report, HoldsTheDocumentsOfAllCommands) {
         alone.erase("failures");
         EXPECT_EQ(document, alone) << name;
     }
-    EXPECT_THAT(names, testing::IsSupersetOf({"identity", "cards", "cpus", "leds", "netcards",
-                                              "raidcards", "pcie", "fans", "cooling", "liquid",
-                                              "config", "alarms", "customer", "slots-custom"}));
+    EXPECT_THAT(names,
+                testing::IsSupersetOf({"identity", "cards", "cpus", "leds", "netcards", "raidcards",
+                                       "pcie", "fans", "cooling", "liquid", "backplanes", "disks",
+                                       "config", "alarms", "customer", "slots-custom"}));
     EXPECT_EQ(names.front(), "identity");
 
     const std::string table = ask({"report"}).out;

@@ -14,6 +14,8 @@
     FAMILY(fans)                  \
     FAMILY(cooling)               \
     FAMILY(liquid)                \
+    FAMILY(backplanes)            \
+    FAMILY(disks)                 \
     FAMILY(config)                \
     FAMILY(alarms)                \
     FAMILY(customer)              \
