@@ -6,6 +6,7 @@
 
 #include "boardfeatures/cooling.h"
 #include "boardfeatures/pcieid_enum.h"
+#include "boardfeatures/storage.h"
 #include "support/instant_board.h"
 #include "support/pciecfg_model.h"
 
@@ -21,6 +22,8 @@ struct Work {
     FanPidParas pid;
     CoolingModeRecord modes[FAN_COOLING_MODES_MAX];
     FanPower power[FAN_POWER_ROWS];
+    U2NvmeList nvme;
+    HddList disks;
 };
 
 Work work;
@@ -55,6 +58,24 @@ const Operation operations[] = {
      [] { sink = static_cast<uint32_t>(FAN_GetCoolingMode(work.modes)); }},
     {"power", "the fan power table",
      [] { sink = static_cast<uint32_t>(FAN_GetTotalPower(work.power, FAN_TYPE_DUAL_ROTOR)); }},
+    {"disk-status", "presence of the last of 24 bays",
+     [] { sink = static_cast<uint32_t>(GetDiskOnlineStatus(24)); }},
+    {"every-disk-status", "presence of the disks 1 to 200",
+     [] {
+         for (uint32_t slot = 1; slot <= GetDiskMaxCount(); ++slot) {
+             sink = static_cast<uint32_t>(GetDiskOnlineStatus(slot));
+         }
+     }},
+    {"nvme-list", "list of the U.2 NVMe disks in 24 bays",
+     [] {
+         work.nvme.count = 0;
+         sink = static_cast<uint32_t>(hdd_get_u2_nvme_list(&work.nvme));
+     }},
+    {"disk-list", "list of the SAS and SATA disks in 24 bays",
+     [] {
+         work.disks.count = 0;
+         sink = static_cast<uint32_t>(HDD_GetOnlinePdList(&work.disks));
+     }},
 };
 
 }  // namespace

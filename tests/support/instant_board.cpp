@@ -15,6 +15,12 @@ constexpr Identifier identifiers[] = {
     {9, 0, 0, 0x5459}, {4, 0x70, 3, 0x546C}, {4, 0x70, 1, 0x546C}, {5, 0x70, 1, 0x546C},
 };
 
+// Each front backplane holds NVMe and SAS disks in turn, in all of its bays.
+constexpr uint32_t bays_address = 0x21;
+constexpr uint32_t first_front_bus = 7;
+constexpr uint32_t last_front_bus = 9;
+constexpr uint32_t nvme_and_sas = 0x1111;
+
 struct Place {
     uint32_t bus, mux, channel;
     bool is(const I2cChipRoute &route) const {
@@ -84,6 +90,11 @@ extern "C" {
 
 int ei2c_pca9535_get_word_value(const I2cChipRoute *route, uint32_t mask, uint32_t *value) {
     ++accesses;
+    if (route->address == bays_address && route->bus >= first_front_bus &&
+        route->bus <= last_front_bus) {
+        *value = nvme_and_sas & mask;
+        return 0;
+    }
     for (const Identifier &chip : identifiers) {
         if (Place{chip.bus, chip.mux, chip.channel}.is(*route)) {
             *value = odd((chip.board_id & 0x3FF) << 5, 0x8000) & mask;

@@ -1,6 +1,6 @@
 // A platform whose every call takes next to no time, stack or memory: one fully cabled board of
-// three front backplanes, six sockets and three retimer cards, and an EPLD with a working flash.
-// For what measures the library itself.
+// three front backplanes full of disks, six sockets and three retimer cards, and an EPLD with a
+// working flash. For what measures the library itself.
 #pragma once
 
 #include <cstddef>
