@@ -78,16 +78,17 @@ const Question questions[] = {
     {"empty", 200, -1, "3 4 5 6 7 8 9"},
     {"empty", 201, -1, ""},
 
-    // a rear backplane on 3, risers on 4 and 5, twelve bays on 8
-    {"tarn-12bay", 1, 0, "3 3 4 4 5 5 6 7 8 8 8:21 8:22"},
-    {"tarn-12bay", 10, 0, "3 3 4 4 5 5 6 7 8 8 8:21 8:22"},
-    {"tarn-12bay", 7, -1, "3 3 4 4 5 5 6 7 8 8 8:21 8:22 9"},
-    {"tarn-12bay", 13, -1, "3 3 4 4 5 5 6 7 8 8 9"},
-    {"tarn-12bay", 25, -1, "3 3 4 4 5 5 6 7 8 8 9:21 9"},  // nobody there: the rest is not read
+    // rear backplanes on 3 and 6, risers on 4 and 5, twelve bays on 8
+    {"tarn-12bay", 1, 0, "3 3 4 4 5 5 6 6 7 8 8 8:21 8:22"},
+    {"tarn-12bay", 10, 0, "3 3 4 4 5 5 6 6 7 8 8 8:21 8:22"},
+    {"tarn-12bay", 7, -1, "3 3 4 4 5 5 6 6 7 8 8 8:21 8:22 9"},
+    {"tarn-12bay", 13, -1, "3 3 4 4 5 5 6 6 7 8 8 9"},
+    {"tarn-12bay", 25, -1, "3 3 4 4 5 5 6 6 7 8 8 9:21 9"},  // nobody there: 9:22 is not read
     {"tarn-12bay", 50, 0, "3 3 3:21"},
-    {"tarn-12bay", 51, -1, "3 3 3:21 4 4 5 5 6 7 8 8 9"},
-    {"tarn-12bay", 61, -1, "3 3 6:21 4 4 5 5 6 7 8 8 9"},
-    {"tarn-12bay", 200, -1, "3 3 4 4 5 5 6 7 8 8 9"},
+    // each rear backplane knows the other's slots
+    {"tarn-12bay", 51, -1, "3 3 3:21 4 4 5 5 6 6 3:21 7 8 8 9"},
+    {"tarn-12bay", 61, -1, "3 3 6:21 4 4 5 5 6 6 6:21 7 8 8 9"},
+    {"tarn-12bay", 200, -1, "3 3 4 4 5 5 6 6 7 8 8 9"},
     {"tarn-12bay", 201, -1, ""},
 
     // risers on 4 and 5, 24 bays on 8
@@ -112,6 +113,14 @@ const Question questions[] = {
     {"tarn-maximal", 25, -1, "3 3 4 4 5 5 6 6 7 7 8 8 9 9"},
     {"tarn-maximal", 99, -1, "3 3 4 4 5 5 6 6 7 7 8 8 9 9"},
     {"tarn-maximal", 200, -1, "3 3 4 4 5 5 6 6 7 7 8 8 9 9"},
+
+    // risers, and eight bays on each of up to three front connectors
+    {"tarn-24nvme", 24, 0, "3 4 4 5 5 6 7 7 9:21"},
+    {"tarn-24nvme", 25, -1, "3 4 4 5 5 6 7 7 8 8 9 9"},
+    {"tarn-retimer", 9, 0, "3 4 4 5 5 6 7 7 8:21"},
+    {"tarn-retimer", 7, -1, "3 4 4 5 5 6 7 7 7:21 8 8 7:21 9"},
+    {"tarn-miscabled", 16, -1, "3 3 4 4 5 5 6 7 7 8:21 8 8 8:21 9"},
+    {"tarn-liquid", 8, 0, "3 4 5 5 6 7 7 7:21"},
 
     // a silent expander on 5, a floating one on 9
     {"broken-backplanes", 1, 0, "3 4 5 5 6 7 7 7:21"},

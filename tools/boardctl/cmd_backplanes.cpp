@@ -23,13 +23,13 @@ std::vector<Connector> named_connectors() {
 }
 
 // A connector that the board does not name goes by its card position.
-std::string position_name(uint32_t card_key) {
+std::string card_position_name(uint32_t card_key) {
     CardPresence row = {};
     return GetCardOnlineInfoBySlotID(card_key, &row) == 0 ? field_text(row.route.name)
                                                           : fmt::format("card {}", card_key);
 }
 
-Json model_of(uint32_t board_id) {
+Json backplane_model(uint32_t board_id) {
     bpdev_record_list records = {};
     board_get_support_bpdev_list(&records);
     const auto end = std::begin(records.items) + records.count;
@@ -64,7 +64,7 @@ constexpr ModelLists model_lists[] = {
 };
 
 template <typename List>
-Json bays_of(const List &list) {
+Json bays_listed(const List &list) {
     Json bays = Json::array();
     for (uint32_t i = 0; i < list.count; ++i) {
         bays.push_back(list.entries[i].bay + 1u);
@@ -117,7 +117,7 @@ Json sgpio_registers() {
     return registers;
 }
 
-Json constants() {
+Json storage_constants() {
     uint32_t first = 0;
     uint32_t count = 0;
     GetHDDSlot(&first, &count);
@@ -160,7 +160,7 @@ Json backplanes(Session &session) {
             {"slots", GetDiskMaxNum()},
             {"fell", IsFellBoard() == 1},
             {"back_panel_id", back_panel_id()},
-            {"constants", constants()}};
+            {"constants", storage_constants()}};
 }
 
 // ---- tables ----
@@ -245,7 +245,7 @@ std::vector<Connector> connectors_of_backplanes(Session &session) {
         if (found != connectors.end()) {
             found->panel = panel;
         } else {
-            connectors.push_back({panel.card_index, position_name(panel.card_index), panel});
+            connectors.push_back({panel.card_index, card_position_name(panel.card_index), panel});
         }
     }
     return connectors;
@@ -256,7 +256,7 @@ Json backplane_json(const Connector &connector) {
     return {{"connector", connector.name},
             {"card_key", connector.card_key},
             {"board_id", fitted ? Json(hex_id(connector.panel->board_id)) : Json()},
-            {"model", fitted ? model_of(connector.panel->board_id) : Json()}};
+            {"model", fitted ? backplane_model(connector.panel->board_id) : Json()}};
 }
 
 ListedBays listed_bays(const Connector &connector) {
@@ -274,7 +274,7 @@ ListedBays listed_bays(const Connector &connector) {
             lists.sas_sata(lists.board_id, position, &disks) != 0) {
             return {nullptr, nullptr, true};
         }
-        return {bays_of(nvme), bays_of(disks), false};
+        return {bays_listed(nvme), bays_listed(disks), false};
     }
     return {nullptr, nullptr, false};
 }

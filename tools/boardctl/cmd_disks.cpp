@@ -9,7 +9,7 @@ namespace boardctl {
 
 namespace {
 
-constexpr uint32_t front_zone = 0;
+constexpr uint32_t disk_front_zone = 0;
 
 // ---- one bay ----
 
@@ -24,7 +24,7 @@ Json silk_screen(const std::vector<Connector> &connectors, uint32_t slot) {
     return nullptr;
 }
 
-Json kind_of(uint32_t slot) {
+Json disk_kind(uint32_t slot) {
     constexpr uint8_t not_stated = 0xFF;
     uint8_t type = not_stated;
     if (GetDiskType(slot, &type) != 0 || type == not_stated) {
@@ -35,7 +35,7 @@ Json kind_of(uint32_t slot) {
 
 // The record names the switch and the disk behind it; the platform takes them as address and
 // switch.
-I2cChipRoute chip_route(const NvmeRoute &nvme) {
+I2cChipRoute nvme_chip_route(const NvmeRoute &nvme) {
     I2cChipRoute route = {};
     route.bus = nvme.bus;
     route.address = static_cast<uint16_t>(nvme.disk_address);
@@ -50,7 +50,7 @@ Json nvme_json(Session &session, uint32_t slot) {
     if (GetBackPanelNvmeI2CInfo(slot, &nvme) != 0) {
         return {{"name", nullptr}, {"route", nullptr}, {"endpoint", nullptr}};
     }
-    const I2cChipRoute route = chip_route(nvme);
+    const I2cChipRoute route = nvme_chip_route(nvme);
     return {{"name", field_text(nvme.name)},
             {"route", route_json(route)},
             {"endpoint", nvme_endpoint_json(session, fmt::format("slot {}", slot), route)}};
@@ -81,13 +81,13 @@ Json disk_rows(Session &session, const std::vector<Connector> &connectors) {
         for (uint32_t bay = 1; bay <= connector.panel->maxslot; ++bay) {
             const uint32_t slot = connector.panel->startslot + bay;
             const bool present = known && GetDiskOnlineStatus(slot) == 0;
-            const Json kind = present ? kind_of(slot) : Json();
+            const Json kind = present ? disk_kind(slot) : Json();
             Json row = {{"slot", slot}, {"silk_screen", silk_screen(connectors, slot)}};
             row.update(backplane_json(connector));
             row.update({{"bay", bay},
                         {"present", known ? Json(present) : Json()},
                         {"kind", kind},
-                        {"zone", GetDiskZone(front_zone, slot)},
+                        {"zone", GetDiskZone(disk_front_zone, slot)},
                         {"nvme", kind == "nvme" ? nvme_json(session, slot) : Json()}});
             rows.push_back(std::move(row));
         }

@@ -10,12 +10,12 @@ namespace boardctl {
 
 namespace {
 
-struct Block {
+struct NvmeBlock {
     uint8_t command;  // and the offset of its first byte
     uint8_t length;
 };
-constexpr Block status_block = {0, 6};
-constexpr Block identity_block = {8, 22};
+constexpr NvmeBlock status_block = {0, 6};
+constexpr NvmeBlock identity_block = {8, 22};
 
 uint8_t crc8(uint8_t crc, uint8_t byte) {
     crc ^= byte;
@@ -26,7 +26,7 @@ uint8_t crc8(uint8_t crc, uint8_t byte) {
 }
 
 // The code covers the addresses on the wire as well.
-uint8_t packet_error_code(const I2cChipRoute &route, const Block &block,
+uint8_t packet_error_code(const I2cChipRoute &route, const NvmeBlock &block,
                           std::span<const uint8_t> bytes) {
     const auto write_address = static_cast<uint8_t>(route.address << 1);
     uint8_t crc = 0;
@@ -41,14 +41,14 @@ uint8_t packet_error_code(const I2cChipRoute &route, const Block &block,
 }
 
 // Length, data and code of a block.
-struct Answer {
+struct NvmeAnswer {
     std::array<uint8_t, 24> bytes = {};
     bool read = false;
     bool intact = false;
 };
 
-Answer read_block(const I2cChipRoute &route, const Block &block) {
-    Answer answer;
+NvmeAnswer read_nvme_block(const I2cChipRoute &route, const NvmeBlock &block) {
+    NvmeAnswer answer;
     const uint32_t size = block.length + 2u;
     answer.read = i2cRead(&route, size, answer.bytes.data(), 1, block.command) >= 0;
     const std::span covered = std::span(answer.bytes).first(size - 1);
@@ -58,14 +58,14 @@ Answer read_block(const I2cChipRoute &route, const Block &block) {
 }
 
 // Bits of a critical warning; they stand inverted in the answer.
-constexpr const char *warnings[] = {"spare_low", "temperature", "reliability_degraded", "read_only",
-                                    "backup_failed"};
+constexpr const char *smart_warning_names[] = {"spare_low", "temperature", "reliability_degraded",
+                                               "read_only", "backup_failed"};
 
 Json warnings_of(uint8_t inverted) {
     Json active = Json::array();
-    for (std::size_t bit = 0; bit < std::size(warnings); ++bit) {
+    for (std::size_t bit = 0; bit < std::size(smart_warning_names); ++bit) {
         if ((inverted >> bit & 1) == 0) {
-            active.push_back(warnings[bit]);
+            active.push_back(smart_warning_names[bit]);
         }
     }
     return active;
@@ -85,8 +85,8 @@ Json serial_of(std::span<const uint8_t> field) {
 }  // namespace
 
 Json nvme_endpoint_json(Session &session, const std::string &disk, const I2cChipRoute &route) {
-    const Answer status = read_block(route, status_block);
-    const Answer identity = read_block(route, identity_block);
+    const NvmeAnswer status = read_nvme_block(route, status_block);
+    const NvmeAnswer identity = read_nvme_block(route, identity_block);
     if (!status.read || !identity.read) {
         session.fail(fmt::format("{}: nothing answers at {}", disk, route_text(route_json(route))));
         return nullptr;
