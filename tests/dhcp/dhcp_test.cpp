@@ -274,7 +274,8 @@ TEST(DhcpSignals, OneOfEachKind) {
 }
 
 TEST(DhcpSignals, NoneToWhatIsNoClient) {
-    // 0 and below would reach whole groups of processes, this one among them.
+    // 0 and below would reach whole groups of processes: this one's must not be its runner's.
+    setpgid(0, 0);
     for (const int32_t id : {-1, 0, -2, INT32_MIN}) {
         const libc_layer::Watch watch;
         libc_layer::layer().calls.clear();

@@ -1,4 +1,5 @@
 // Threads as the kernel sees them.
+#include <malloc.h>
 #include <pthread.h>
 #include <sched.h>
 #include <sys/mman.h>
@@ -241,10 +242,12 @@ TEST_F(Threads, TenThousandLeaveNothing) {
     };
     run(at_once);  // what libc keeps of stacks for the next threads is there now
     const long address_space = status_line("VmSize:");
+    const size_t allocated = mallinfo2().uordblks;
     run(all);
     EXPECT_EQ(ended, all + at_once);
     // a stack that stayed would be 64 kB, a record 60 bytes
     EXPECT_LT(status_line("VmSize:") - address_space, 1024);
+    EXPECT_LT(mallinfo2().uordblks, allocated + 10000);
 }
 
 // ---- what can go wrong ----
