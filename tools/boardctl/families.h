@@ -22,7 +22,11 @@
     FAMILY(slots_custom)          \
     FAMILY(effect_mode)           \
     FAMILY(soc)                   \
-    FAMILY(ipc)
+    FAMILY(ipc)                   \
+    FAMILY(net)                   \
+    FAMILY(check)                 \
+    FAMILY(oplog)                 \
+    FAMILY(cpu)
 
 namespace boardctl {
 
