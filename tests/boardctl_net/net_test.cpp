@@ -102,6 +102,7 @@ TEST_F(Net, SetOneThing) {
     give_address();
     State expected = state();
     expected.addresses = {"10.1.1.1/24"};
+    expected.gateways = {};  // the kernel drops the routes over a network that changes
     EXPECT_EQ(ask({"net", "set", veth::port, "--mask", "255.255.255.0", "-y"}).status, 0);
     EXPECT_EQ(state(), expected);
     expected.gateways = {"10.1.1.77"};

@@ -58,8 +58,10 @@ Json interface_address(Session &session, const std::string &name, const char *wh
                        uint32_t (*get)(const char *, char *), uint32_t none) {
     char text[OAL_ADDRESS_TEXT_SIZE] = "";
     const uint32_t code = get(name.c_str(), text);
-    return code == none || !net_works(session, name, what, code) || text[0] == '\0' ? Json()
-                                                                                    : Json(text);
+    if ((code != 0 && code == none) || !net_works(session, name, what, code)) {
+        return nullptr;
+    }
+    return text[0] != '\0' ? Json(text) : Json();
 }
 
 Json interface_json(Session &session, const std::string &name) {
