@@ -49,7 +49,8 @@ std::string file_text(const char *path) {
 const std::vector<std::string> all_commands = {
     "fans",   "cooling",  "liquid",       "identity",    "maintenance", "cards", "cpus",
     "leds",   "netcards", "raidcards",    "pcie",        "backplanes",  "disks", "config",
-    "alarms", "customer", "slots-custom", "effect-mode", "soc",         "ipc",   "report"};
+    "alarms", "customer", "slots-custom", "effect-mode", "soc",         "ipc",   "net",
+    "check",  "oplog",    "cpu",          "report"};
 
 TEST(Identity, TellsTheMainBoard) {
     main_board(t_variant_word);
@@ -417,7 +418,7 @@ TEST(Report, HoldsTheDocumentsOfAllCommands) {
     EXPECT_THAT(names,
                 testing::IsSupersetOf({"identity", "cards", "cpus", "leds", "netcards", "raidcards",
                                        "pcie", "fans", "cooling", "liquid", "backplanes", "disks",
-                                       "config", "alarms", "customer", "slots-custom"}));
+                                       "config", "alarms", "customer", "slots-custom", "net"}));
     EXPECT_EQ(names.front(), "identity");
 
     const std::string table = ask({"report"}).out;
