@@ -43,7 +43,7 @@ uint16_t index_word(uint32_t index) {
 }
 
 std::string uplink_name(const Model &model, uint32_t uplink) {
-    const std::string name = "SLIMLINE";
+    std::string name = "SLIMLINE";
     if (model.first_uplink == 0) {
         return name;
     }

@@ -23,7 +23,7 @@ struct Field {
     Json fallback;  // of a missing entry; null: whoever asks brings one
     int64_t smallest = 0;
     int64_t largest = 0;  // of a number; the most characters of a text
-    std::string unit = "";
+    std::string unit = {};
     bool writable = true;
     std::vector<std::pair<std::string, uint32_t>> words = {};  // names of numbers
 
