@@ -17,7 +17,7 @@ using testing::IsEmpty;
 
 namespace {
 
-constexpr char monitor[] = "/conf/vel/monitor_cfg.ini";
+constexpr char memory_monitor[] = "/conf/vel/monitor_cfg.ini";
 constexpr char meminfo[] = "/conf/meminfo";
 
 // What /proc/meminfo says.
@@ -114,7 +114,7 @@ TEST(AvailableMem, LeavesNoFileOpen) {
 }
 
 TEST(AvailableMemStatus, Defaults) {
-    files::write(monitor, "");
+    files::write(memory_monitor, "");
     const std::pair<int32_t, int32_t> expected[] = {{-1, 2}, {0, 2},  {39, 2}, {40, 1},
                                                     {50, 1}, {77, 1}, {78, 0}, {5000, 0}};
     for (const auto &[available, status] : expected) {
@@ -123,10 +123,10 @@ TEST(AvailableMemStatus, Defaults) {
 }
 
 TEST(AvailableMemStatus, ThresholdsOfTheFile) {
-    files::write(monitor, "[MemCfg]\nleft_mem_threshold_1=20\nleft_mem_threshold_2=100\n");
+    files::write(memory_monitor, "[MemCfg]\nleft_mem_threshold_1=20\nleft_mem_threshold_2=100\n");
     EXPECT_EQ(IPMI_GetAvailableMemStatus(99), 2) << "the second threshold is asked first";
     EXPECT_EQ(IPMI_GetAvailableMemStatus(100), 0);
-    files::write(monitor, "[MemCfg]\nleft_mem_threshold_1=-5\nleft_mem_threshold_2=-10\n");
+    files::write(memory_monitor, "[MemCfg]\nleft_mem_threshold_1=-5\nleft_mem_threshold_2=-10\n");
     EXPECT_EQ(IPMI_GetAvailableMemStatus(-6), 1) << "signed";
     EXPECT_EQ(IPMI_GetAvailableMemStatus(0), 0);
     EXPECT_EQ(IPMI_GetAvailableMemStatus(-11), 2);
