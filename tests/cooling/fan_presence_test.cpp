@@ -122,6 +122,27 @@ TEST_F(Presence, IsAbsentWhenTheReadFails) {
     reset_epld(false);
 }
 
+// What a failed access leaves in its output is no answer.
+TEST_F(Presence, OfAFailedAccessNothingIsBelieved) {
+    platform().on_epld_read = [](uint32_t, uint16_t *value) {
+        *value = 0xFFFF;
+        return -5;
+    };
+    platform().on_pin_read = [](const I2cChipRoute &, uint32_t, uint32_t *level) {
+        *level = 0;
+        return -5;
+    };
+    platform().on_fan_speed = [](uint32_t, uint32_t *rpm) {
+        *rpm = 9000;
+        return -5;
+    };
+    const FanPresence rows[] = {row(0, 0, 3), row(1, 1, 0, 11), row(2, 0xFF)};
+    for (uint32_t fan = 0; fan < 3; ++fan) {
+        EXPECT_EQ(GetFanOnlineStatus(fan), 0);
+        EXPECT_EQ(fan_present(rows, fan), 0);
+    }
+}
+
 // ---- the other methods ----
 
 TEST_F(Presence, IsAnExpandersLowInput) {

@@ -340,6 +340,9 @@ int get_fan_speed(uint32_t unit, uint32_t fan, uint32_t *rpm) {
     if (record(text_of("get_fan_speed %u %u", unit, fan))) {
         return platform().failure;
     }
+    if (platform().on_fan_speed) {
+        return platform().on_fan_speed(fan, rpm);
+    }
     const auto found = platform().fan_rpm.find(fan);
     if (found == platform().fan_rpm.end()) {
         return -1;

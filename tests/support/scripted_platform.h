@@ -66,6 +66,7 @@ struct Platform {
     std::function<int(const I2cChipRoute &, uint32_t length, const uint8_t *, uint32_t offset)>
         on_i2c_write;
     std::function<int(uint32_t seconds, uint32_t microseconds)> on_sleep;
+    std::function<int(uint32_t fan, uint32_t *rpm)> on_fan_speed;
 
     // ---- faults: the n-th recorded call (from 1) fails with `failure` and has no effect ----
     std::optional<size_t> fail_call;
