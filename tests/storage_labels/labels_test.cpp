@@ -7,6 +7,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <cstring>
 #include <fstream>
 #include <string>
@@ -14,9 +15,12 @@
 #include <vector>
 
 #include "boardfeatures/storage.h"
+#include "support/libc_layer.h"
 #include "support/scripted_platform.h"
 
+using libc_layer::layer;
 using scripted::platform;
+using testing::AnyOf;
 using testing::Each;
 using testing::ElementsAre;
 using testing::IsEmpty;
@@ -319,19 +323,65 @@ TEST(LabelFailures, TheLockIsTaken) {
 
 TEST(LabelFailures, TheSemaphoreCannotBeCreated) {
     write_labels({{0, 3, 1, 2}});
-    // A set of another make under the key that may not be used: no permissions for anyone, and the
-    // process gives up its right to override.
-    ASSERT_GE(semget(semaphore_key, 1, IPC_CREAT), 0);
-    in_child([&] {
-        ASSERT_EQ(setresuid(65534, 65534, 65534), 0);
-        CustomDiskConfig config = marked();
+    layer().fail_with = [](const std::string &call) {
+        return call.starts_with("semget 12306 1") ? ENOSPC : 0;
+    };
+    CustomDiskConfig config = marked();
+    {
+        const libc_layer::Watch watch;
         EXPECT_EQ(HDD_COM_GetCustomConfig(&config), -1);
-        EXPECT_EQ(bytes_of(config), bytes_of(marked()));
-        EXPECT_THAT(platform().calls, IsEmpty());
-        ASSERT_THAT(texts(), SizeIs(2));
-        EXPECT_EQ(texts()[1],
-                  "[common/harddisk/harddisk_common_info HDD_COM_GetCustomConfig N]: lock failed.");
-    });
+    }
+    EXPECT_EQ(bytes_of(config), bytes_of(marked()));
+    EXPECT_THAT(platform().calls, IsEmpty());
+    EXPECT_THAT(texts(), ElementsAre("sem create failed, line=N\n",
+                                     "[common/harddisk/harddisk_common_info "
+                                     "HDD_COM_GetCustomConfig N]: lock failed."));
+}
+
+TEST(LabelFailures, EveryFailedSystemCall) {
+    const std::vector<Label> labels = {{0, 3, 1, 2}};
+    write_labels(labels);
+    CustomDiskConfig absent = marked();
+    absent.valid = 0;
+    size_t calls = 1;
+    for (size_t failing = 1; failing <= calls; ++failing) {
+        if (failing == 1) {  // in a process of its own: what is read is kept
+            int ends[2];
+            ASSERT_EQ(pipe(ends), 0);
+            in_child([&] {
+                CustomDiskConfig config = marked();
+                {
+                    const libc_layer::Watch watch;
+                    HDD_COM_GetCustomConfig(&config);
+                }
+                const size_t made = layer().calls.size();
+                ASSERT_EQ(write(ends[1], &made, sizeof(made)), ssize_t{sizeof(made)});
+            });
+            ASSERT_EQ(read(ends[0], &calls, sizeof(calls)), ssize_t{sizeof(calls)});
+            ASSERT_GE(calls, 3u);
+        }
+        in_child([&] {
+            SCOPED_TRACE(failing);
+            semctl(semget(semaphore_key, 0, 0), 0, IPC_RMID);
+            layer().fail_call = failing;
+            CustomDiskConfig config = marked();
+            int32_t result = 1;
+            {
+                const libc_layer::Watch watch;
+                result = HDD_COM_GetCustomConfig(&config);
+            }
+            EXPECT_TRUE(result == 0 || result == -1) << result;
+            // All of it or nothing.
+            EXPECT_THAT(bytes_of(config),
+                        AnyOf(bytes_of(marked()), bytes_of(absent), record_of(labels)));
+            EXPECT_TRUE(result == -1 || config.valid == 0 || bytes_of(config) == record_of(labels));
+            layer().clear();
+            if (semaphore_value() == 1) {  // else the lock could not be given back
+                EXPECT_EQ(HDD_COM_GetCustomConfig(&config), 0);
+                EXPECT_EQ(bytes_of(config), record_of(labels));
+            }
+        });
+    }
 }
 
 TEST(LabelFailures, TheLockCannotBeGivenBack) {
