@@ -23,7 +23,6 @@ using testing::Not;
 namespace {
 
 const std::string boards = BOARDS_DIR "/";
-const std::string emulator = EMULATOR;  // empty when programs are this machine's own
 
 // What each board file says, read by a person.
 struct Board {

@@ -2,7 +2,6 @@
 #include <gmock/gmock.h>
 #include <unistd.h>
 
-
 #include "boardctl/on_board.h"
 
 using boardctl_test::Json;
