@@ -46,7 +46,7 @@ const Operation operations[] = {
          pciecap_list down = work.wanted;
          sink = static_cast<uint32_t>(pciecap_convert(&work.up, &down));
      }},
-    {"identify", "identification of a board with 24 NVMe bays, the platform's calls included",
+    {"identify", "identification of boards/tarn-maximal, its 71 accesses included",
      [] {
          sink = static_cast<uint32_t>(pcieid_identify(&work.workspace, &work.workspace.identified));
      }},
