@@ -1,4 +1,5 @@
-// [mainboard] and [[card]]: identifier chips and what tells that a card is there.
+// [mainboard], [[card]], [present], [chassis] and [dimms]: identifier chips and what tells that
+// something is there.
 #include <array>
 #include <bit>
 
@@ -214,6 +215,21 @@ void read_chassis(Builder &builder, Table &table) {
     constexpr uint32_t intrusion_register = 0x188;
     if (const auto level = table.flag("intrusion")) {
         builder.set_epld_bit(intrusion_register, 0, *level);
+    }
+}
+
+void read_dimms(Builder &builder, Table &table) {
+    constexpr size_t label_length = 7;  // "DIMM2H2": CPU, channel, slot
+    for (const std::string &label : table.texts("fitted", label_length)) {
+        const bool known = label.size() == label_length && label.starts_with("DIMM") &&
+                           (label[4] == '1' || label[4] == '2') && label[5] >= 'A' &&
+                           label[5] <= 'H' && (label[6] == '1' || label[6] == '2');
+        if (!known) {
+            table.fail("fitted",
+                       "there is no socket \"" + label + "\"; there are DIMM1A1 to DIMM2H2");
+        }
+        const int socket = (label[4] - '1') * 16 + (label[5] - 'A') * 2 + (label[6] - '1');
+        builder.board.dimms |= 1u << socket;
     }
 }
 

@@ -1,5 +1,8 @@
-// [[fan]] and [[psu]]: what turns and what feeds.
+// [[fan]], [[psu]] and [[regulator]]: what turns and what feeds.
+#include <algorithm>
+
 #include "board_reader.h"
+#include "chip_regulator.h"
 
 namespace boardsim {
 
@@ -17,6 +20,10 @@ constexpr uint32_t power_presence_register = 0x190;
 constexpr uint32_t power_ok_register = 0x192;
 constexpr uint32_t pmbus_capability = 0x19;
 constexpr uint8_t pmbus_400khz_with_pec = 0xB0;
+
+constexpr uint32_t regulator_bus = 13;
+constexpr uint32_t regulator_switch = 0x77;
+constexpr uint32_t cpus = 2;
 
 // A rotor that stands still answers 0; a failed tachometer does not answer, however it turns.
 void set_rotor(Builder &builder, Table &table, const std::string &rotor, uint32_t tachometer) {
@@ -54,6 +61,21 @@ void read_psu(Builder &builder, Table &table) {
     }
     builder.set_epld_bit(power_presence_register, slot, table.flag("present").value_or(true));
     builder.set_epld_bit(power_ok_register, slot, table.flag("power_ok").value_or(true));
+}
+
+void read_regulator(Builder &builder, Table &table) {
+    const uint32_t cpu = table.required_number("cpu", 1, cpus) - 1;
+    const uint32_t address = table.required_number("address", 0x03, 0x77);
+    ChipRecord &chip = builder.fit(table, {regulator_bus, address, regulator_switch, cpu},
+                                   regulator_model.name, "regulator");
+    chip.answers = table.flag("answers").value_or(true) ? 1 : 0;
+    const auto revisions = table.bytes("revisions", most_regulator_pages);
+    if (!revisions || revisions->empty()) {
+        table.fail("revisions", "is not a list of one byte a page");
+    }
+    const auto cells = builder.cells(chip);
+    cells[regulator_pages] = static_cast<uint8_t>(revisions->size());
+    std::copy(revisions->begin(), revisions->end(), cells.begin() + regulator_revisions);
 }
 
 }  // namespace boardsim

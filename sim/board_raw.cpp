@@ -52,7 +52,7 @@ void read_chip(Builder &builder, Table &table) {
     const Route route = table.required_route("at");
     const std::string kind = table.required_text("kind", 16);
     const auto model = find_model(kind);
-    if (!model) {
+    if (!model || kind == regulator_model.name || kind == pier_model.name) {
         table.fail("kind", "there is no kind \"" + kind +
                                "\"; there are pca9535, eeprom, "
                                "registers");

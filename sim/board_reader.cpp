@@ -155,6 +155,25 @@ std::optional<std::vector<uint8_t>> Table::bytes(std::string_view key, size_t mo
     return values;
 }
 
+std::vector<std::string> Table::texts(std::string_view key, size_t longest) {
+    const toml::node *node = find(key);
+    if (node == nullptr) {
+        return {};
+    }
+    const auto *list = node->as_array();
+    if (list == nullptr || (!list->empty() && !list->is_homogeneous<std::string>())) {
+        fail(key, "is not a list of texts");
+    }
+    std::vector<std::string> values;
+    for (const toml::node &each : *list) {
+        values.push_back(each.as_string()->get());
+        if (values.back().size() > longest) {
+            fail(key, "holds a text longer than " + std::to_string(longest) + " characters");
+        }
+    }
+    return values;
+}
+
 std::optional<Table> Table::table(std::string_view key) {
     const toml::node *node = find(key);
     if (node == nullptr) {

@@ -44,6 +44,7 @@ public:
     std::optional<std::string> text(std::string_view key, size_t longest);
     std::optional<Route> route(std::string_view key);
     std::optional<std::vector<uint8_t>> bytes(std::string_view key, size_t most);
+    std::vector<std::string> texts(std::string_view key, size_t longest);
     std::optional<Table> table(std::string_view key);
     std::vector<Table> tables(std::string_view key);  // [[key]]
     // All keys are numbers, for registers, lines and addresses.
@@ -128,8 +129,12 @@ void read_backplane(Builder &builder, Table &table);
 void read_cable(Builder &builder, Table &table);
 void read_present(Builder &builder, Table &table);
 void read_chassis(Builder &builder, Table &table);
+void read_dimms(Builder &builder, Table &table);
 void read_fan(Builder &builder, Table &table);
 void read_psu(Builder &builder, Table &table);
+void read_regulator(Builder &builder, Table &table);
+void read_fru(Builder &builder, Table &table);
+void read_pier(Builder &builder, Table &table);
 void read_liquid_cooling(Builder &builder, Table &table);
 void read_gpio(Builder &builder, Table &table);
 void read_chip(Builder &builder, Table &table);

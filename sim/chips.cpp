@@ -9,7 +9,8 @@ namespace {
 
 constexpr const char *no_room = "the board has no room for another chip";
 
-const ChipModel *const models[] = {&pca9535_model, &eeprom_model, &registers_model};
+const ChipModel *const models[] = {&pca9535_model, &eeprom_model, &registers_model,
+                                   &regulator_model, &pier_model};
 
 }  // namespace
 

@@ -23,6 +23,8 @@ struct ChipModel {
 extern const ChipModel pca9535_model;
 extern const ChipModel eeprom_model;
 extern const ChipModel registers_model;
+extern const ChipModel regulator_model;
+extern const ChipModel pier_model;
 
 const ChipModel &model_of(const ChipRecord &chip);
 std::optional<uint32_t> find_model(std::string_view name);

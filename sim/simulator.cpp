@@ -101,8 +101,30 @@ uint64_t Simulator::source_hash() {
     return locked([](State &state) { return state.header.source_hash; });
 }
 
-bool Simulator::epld_in_reset() {
-    return locked([](State &state) { return state.board.epld_in_reset != 0; });
+std::vector<BoardFile> Simulator::files() {
+    return locked([](State &state) {
+        std::vector<BoardFile> found;
+        // The BMC's programs make this one when they reset the EPLD and remove it afterwards.
+        if (state.board.epld_in_reset != 0) {
+            found.push_back({"/var/epldresetflag", {}});
+        }
+        const ChipRecord *fru = find_chip(state.board, needed_route(fru_main_board_route));
+        if (fru != nullptr && fru->answers != 0) {
+            const auto cells = cells_of(state.board, *fru);
+            found.push_back({"/resvz/firmware/FRU/FRU.BIN", {cells.begin(), cells.end()}});
+        }
+        // What the host firmware has told of its memory: a socket a line, by its number.
+        std::string sockets;
+        for (uint32_t socket = 0; socket < 32; ++socket) {
+            if ((state.board.dimms >> socket & 1) != 0) {
+                sockets += std::to_string(socket + 1) + '\n';
+            }
+        }
+        if (!sockets.empty()) {
+            found.push_back({"/var/host_dimms", {sockets.begin(), sockets.end()}});
+        }
+        return found;
+    });
 }
 uint16_t Simulator::epld(uint32_t reg) {
     return locked([&](State &state) {

@@ -17,6 +17,12 @@ void make_state(const std::string &board_file, const std::string &state_file);
 void make_state_from_text(std::string_view board, const std::string &state_file);
 std::string read_text_file(const std::string &path);
 
+// A file that programs find when they start on the board.
+struct BoardFile {
+    std::string path;
+    std::vector<uint8_t> bytes;
+};
+
 struct ExpanderPins {
     uint16_t input;   // what the board puts on the pins
     uint16_t output;  // what the chip would drive
@@ -31,8 +37,7 @@ public:
     std::string board_name();
     uint64_t source_hash();
 
-    // Whether the board starts with its EPLD being reset.
-    bool epld_in_reset();
+    std::vector<BoardFile> files();
     uint16_t epld(uint32_t reg);
     void set_epld(uint32_t reg, uint16_t value);
     void set_gpio(uint32_t line, bool level);

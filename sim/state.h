@@ -114,7 +114,7 @@ struct Board {
     uint32_t has_back_panel_id;
     uint32_t back_panel_id;
     uint32_t epld_in_reset;  // programs find the file that says so
-    uint32_t reserved;
+    uint32_t dimms;          // fitted ones, the first socket in bit 0; likewise
     uint16_t epld[epld_registers];
     uint8_t gpio[gpio_lines];
     FanRecord fans[fan_tachometers];

@@ -291,11 +291,31 @@ TEST_F(Boardsim, ProgramsFindTheFlagOfAnEpldReset) {
     };
     EXPECT_EQ(look("", "true"), "epldresetflag\n");
     EXPECT_EQ(look("", "rm /var/epldresetflag"), "");
-    EXPECT_EQ(native("", "ls /var").output, "");
+    EXPECT_EQ(native("", "ls /var").output, "host_dimms\n");
     // A board that goes on stays as programs left it.
     EXPECT_EQ(look("--state /var/kept", "true"), "epldresetflag\n");
     EXPECT_EQ(look("--state /var/kept", "rm /var/epldresetflag"), "");
     EXPECT_EQ(look("--state /var/kept", "true"), "");
+}
+
+// ---- what a board puts into files ----
+
+TEST_F(Boardsim, ProgramsFindTheMainBoardsFruDataAndTheDimms) {
+    write_file("/var/files.toml",
+               "[[fru]]\nposition = \"mainboard\"\nsize = 16\nbytes = [0x41, 0x42]\n"
+               "[dimms]\nfitted = [\"DIMM1A1\", \"DIMM1B2\"]\n[epld]\nin_reset = true\n");
+    const auto look = [](const std::string &options) {
+        return shell(boardsim_command + " /var/files.toml " + options +
+                     " -- sh -c 'cd /resvz/firmware/FRU; head -c 2 FRU.BIN; wc -c <FRU.BIN; "
+                     "printf x | dd of=FRU.BIN conv=notrunc 2>/dev/null; cat /var/host_dimms; "
+                     "ls /var'")
+            .output;
+    };
+    const std::string rest = "16\n1\n4\nepldresetflag\nhost_dimms\n";
+    EXPECT_EQ(look(""), "AB" + rest);
+    // A board that goes on keeps what was written, wherever its folder is.
+    EXPECT_EQ(look("--state '/var/kept here'"), "AB" + rest);
+    EXPECT_EQ(look("--state '/var/kept here'"), "xB" + rest);
 }
 
 // ---- ending ----

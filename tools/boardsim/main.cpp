@@ -7,6 +7,7 @@
 #include <CLI/CLI.hpp>
 #include <cstdio>
 #include <filesystem>
+#include <fstream>
 #include <optional>
 #include <string>
 #include <vector>
@@ -36,7 +37,7 @@ constexpr const char *footer = R"(
 The program finds /conf, /var, /resvz and /extlog, System V keys, POSIX semaphores, processes and
 network of its own; everything else is the machine's. What it reads from the hardware is the board
 of the file, which all processes inside share. As /dev/mem they find the SoC's registers as they are
-when the program starts.
+when the program starts, and the main board's FRU data in /resvz/firmware/FRU/FRU.BIN.
 
 Without --state everything is gone when the program ends. With --state DIR the folders are kept in
 DIR and the board itself in DIR/board.state: a later run goes on with registers, EEPROMs and GPIOs
@@ -51,9 +52,6 @@ delay_us=N. Example: --fault access=epldio_read,register=0x208,nth=2,result=-5
 Exit status: the program's own; 2 wrong use; 120 board file not found; 121 bad board file or fault;
 122 bubblewrap missing; 123 sandbox refused; 124 board state cannot be used; 127 program not found;
 128 + N when a signal N ended it.)";
-
-// The BMC's programs make this file when they reset the EPLD and remove it afterwards.
-constexpr const char *epld_reset_flag = "/var/epldresetflag";
 
 struct Options {
     std::string board;
@@ -100,6 +98,7 @@ public:
 
     std::string board_state() const { return path_ + "/board.state"; }
     std::string physical_memory() const { return path_ + "/board.memory"; }
+    std::string file(size_t number) const { return fmt::format("{}/board.file{}", path_, number); }
 
 private:
     std::string path_;
@@ -172,10 +171,10 @@ void check_sandbox(const std::string &script) {
 
 std::vector<std::string> sandboxed(const Options &options, const std::string &script,
                                    const std::string &state, const std::string &memory,
-                                   bool in_reset) {
+                                   const std::vector<std::string> &files) {
     std::vector<std::string> command = {script, "--board", state};
-    if (in_reset) {
-        command.insert(command.end(), {"--file", epld_reset_flag});
+    for (const std::string &file : files) {
+        command.insert(command.end(), {"--file", file});
     }
     if (!memory.empty()) {
         command.insert(command.end(), {"--dev-mem", memory});
@@ -188,6 +187,23 @@ std::vector<std::string> sandboxed(const Options &options, const std::string &sc
     command.insert(command.end(), emulator.begin(), emulator.end());
     command.insert(command.end(), options.program.begin(), options.program.end());
     return command;
+}
+
+// Each as the sandbox takes it: the path inside and the file outside that holds the bytes.
+std::vector<std::string> write_files(const StateFolder &folder,
+                                     const std::vector<boardsim::BoardFile> &files) {
+    std::vector<std::string> pairs;
+    for (const boardsim::BoardFile &file : files) {
+        const std::string copy = folder.file(pairs.size());
+        std::ofstream out(copy, std::ios::binary | std::ios::trunc);
+        out.write(reinterpret_cast<const char *>(file.bytes.data()),
+                  static_cast<std::streamsize>(file.bytes.size()));
+        if (!out.flush()) {
+            throw Failure{exit_bad_state, fmt::format("{}: cannot be written", copy)};
+        }
+        pairs.push_back(file.path + '=' + copy);
+    }
+    return pairs;
 }
 
 int run(const Options &options) {
@@ -206,9 +222,10 @@ int run(const Options &options) {
     const boardsim::Accounts before = simulator.accounts();
     const std::string memory = folder.physical_memory();
     const bool has_memory = simulator.write_memory_file(memory);
-    const int status =
-        boardsim::run(sandboxed(options, script, state, has_memory ? memory : std::string(),
-                                is_new && simulator.epld_in_reset()));
+    const std::vector<std::string> files =
+        is_new ? write_files(folder, simulator.files()) : std::vector<std::string>();
+    const int status = boardsim::run(
+        sandboxed(options, script, state, has_memory ? memory : std::string(), files));
     if (options.account) {
         fmt::print(stderr, "{}", boardsim::account_report(before, simulator.accounts()));
     }
