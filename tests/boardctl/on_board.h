@@ -10,9 +10,8 @@
 
 namespace boardctl_test {
 
-// `options` are boardsim's.
 inline Outcome on_board(const std::string &file, const std::vector<std::string> &arguments,
-                        const Setting &setting = {}, const std::vector<std::string> &options = {}) {
+                        const Setting &setting = {}) {
     const std::string emulator = EMULATOR;  // empty when programs are this machine's own
     std::vector<std::string> line;
     std::istringstream words(emulator);
@@ -23,7 +22,6 @@ inline Outcome on_board(const std::string &file, const std::vector<std::string> 
     if (!emulator.empty()) {
         line.insert(line.end(), {"--emulator", emulator});
     }
-    line.insert(line.end(), options.begin(), options.end());
     line.insert(line.end(), {file, "--", BOARDCTL_PATH});
     line.insert(line.end(), arguments.begin(), arguments.end());
     std::vector<char *> argv;

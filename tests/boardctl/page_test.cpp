@@ -128,7 +128,8 @@ TEST(Tables, ColoursChangeNothingElse) {
 }
 
 int work_for(unsigned milliseconds) {
-    const boardctl::Progress progress("Writing the flash", [] { return "3 of 7"; });
+    boardctl::Progress progress("Writing the flash");
+    progress.set(3, 7);
     usleep(milliseconds * 1000);
     return 0;
 }

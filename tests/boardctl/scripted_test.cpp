@@ -50,7 +50,8 @@ const std::vector<std::string> all_commands = {
     "fans",   "cooling",  "liquid",       "identity",    "maintenance", "cards", "cpus",
     "leds",   "netcards", "raidcards",    "pcie",        "backplanes",  "disks", "config",
     "alarms", "customer", "slots-custom", "effect-mode", "soc",         "ipc",   "net",
-    "check",  "oplog",    "cpu",          "report"};
+    "check",  "oplog",    "cpu",          "report",      "pier",        "power", "topology",
+    "dimm",   "bios",     "fru"};
 
 TEST(Identity, TellsTheMainBoard) {
     main_board(t_variant_word);

@@ -6,7 +6,6 @@
 #include <unistd.h>
 
 #include <CLI/CLI.hpp>
-#include <atomic>
 #include <cstdio>
 #include <cstdlib>
 #include <memory>
@@ -70,12 +69,10 @@ private:
 
 Json cpu_usage(Session &session, uint32_t seconds) {
     CpuMonitor monitor;
-    std::atomic<uint32_t> second = 0;
-    const Progress progress("watching the processors", [&second, seconds] {
-        return fmt::format("{} of {}", second.load(), seconds);
-    });
+    Progress progress("watching the processors");
     Json usage = Json::array();
-    for (; second < seconds; ++second) {
+    for (uint32_t second = 0; second < seconds; ++second) {
+        progress.set(second, seconds);
         const std::optional<double> percent = monitor.next();
         if (!percent) {
             session.fail("/proc/stat cannot be read");

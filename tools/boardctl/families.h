@@ -10,6 +10,12 @@
     FAMILY(leds)                  \
     FAMILY(netcards)              \
     FAMILY(raidcards)             \
+    FAMILY(pier)                  \
+    FAMILY(power)                 \
+    FAMILY(topology)              \
+    FAMILY(dimm)                  \
+    FAMILY(bios)                  \
+    FAMILY(fru)                   \
     FAMILY(pcie)                  \
     FAMILY(fans)                  \
     FAMILY(cooling)               \

@@ -26,4 +26,12 @@ std::string route_text(const Json &route) {
     return text + "/" + route["address"].get<std::string>();
 }
 
+std::string hex_digits(std::span<const uint8_t> bytes) {
+    std::string digits;
+    for (const uint8_t byte : bytes) {
+        digits += fmt::format("{:02x}", byte);
+    }
+    return digits;
+}
+
 }  // namespace boardctl

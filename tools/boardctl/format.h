@@ -6,6 +6,7 @@
 #include <concepts>
 #include <cstring>
 #include <nlohmann/json.hpp>
+#include <span>
 #include <string>
 
 #include "boardplatform/platform.h"
@@ -24,6 +25,9 @@ inline std::string hex_byte(uint32_t value) { return hex(value, 2); }
 inline std::string hex_register(uint32_t value) { return hex(value, 3); }
 inline std::string hex_id(uint32_t value) { return hex(value, 4); }
 inline std::string hex_hard_id(uint32_t value) { return hex(value, 6); }
+
+// Bytes as pairs of digits: "0a1b".
+std::string hex_digits(std::span<const uint8_t> bytes);
 
 // The text of a fixed field, which may fill it to the last byte.
 template <std::size_t N>
