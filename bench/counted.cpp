@@ -4,7 +4,10 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "boardfeatures/bios.h"
 #include "boardfeatures/cooling.h"
+#include "boardfeatures/dimm.h"
+#include "boardfeatures/mailbox.h"
 #include "boardfeatures/pcieid_enum.h"
 #include "boardfeatures/storage.h"
 #include "support/instant_board.h"
@@ -46,7 +49,29 @@ const Operation operations[] = {
          pciecap_list down = work.wanted;
          sink = static_cast<uint32_t>(pciecap_convert(&work.up, &down));
      }},
-    {"identify", "identification of boards/tarn-maximal, its 71 accesses included",
+    {"dimm", "the label of the last socket from a memory event",
+     [] {
+         char label[10];
+         sink = static_cast<uint32_t>(GetDimmSilkScreenBySelInfo(0x11, 0x02, label));
+     }},
+    {"bios", "the text of the last BIOS option's value",
+     [] {
+         constexpr uint8_t request[3] = {128, 5, 1};
+         const char *name = nullptr;
+         char text[32];
+         uint8_t completion = 0;
+         sink = static_cast<uint32_t>(
+             BIOSInfoHandle(BIOS_VALUE_TO_TEXT, request, &name, nullptr, text, &completion));
+     }},
+    {"mailbox", "an exchange with a card that answers at once, platform and semaphore included",
+     [] {
+         constexpr uint8_t request[16] = {};
+         uint8_t response[MOORING_DATA_MAX];
+         uint8_t length = 0;
+         sink = static_cast<uint32_t>(VEL_Mooring_SendGetMsgFromPier(
+             6, 1, 2, 3, request, sizeof(request), response, &length));
+     }},
+    {"identify", "identification of a board with 24 NVMe bays, the platform's calls included",
      [] {
          sink = static_cast<uint32_t>(pcieid_identify(&work.workspace, &work.workspace.identified));
      }},
