@@ -71,7 +71,7 @@ const Operation operations[] = {
          sink = static_cast<uint32_t>(VEL_Mooring_SendGetMsgFromPier(
              6, 1, 2, 3, request, sizeof(request), response, &length));
      }},
-    {"identify", "identification of a board with 24 NVMe bays, the platform's calls included",
+    {"identify", "identification of boards/tarn-maximal, its 71 accesses included",
      [] {
          sink = static_cast<uint32_t>(pcieid_identify(&work.workspace, &work.workspace.identified));
      }},

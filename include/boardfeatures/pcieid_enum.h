@@ -385,8 +385,8 @@ BF_API int32_t pcieslot_enum(const pcieslot_list *pcieslots, const retimer_list 
 
 /* ---- slimline cables ----
  * A socket's index in the slimline list and the low bits of its VPP address are written as a word
- * of odd parity to the expander in the cable's plug, where the backplane's side reads them. Bits
- * 0-6 index, 7 parity, 13-15 VPP address; the backplane's own index comes in on the expander's
+ * of odd parity to the expander at the cable's other end, where the backplane's side reads them.
+ * Bits 0-6 index, 7 parity, 13-15 VPP address; the backplane's own index comes in on the expander's
  * input pins: bits 0-3, of odd parity over bits 0-12. */
 
 /* The platform's expander calls, for which they check the pointers; one access each. */

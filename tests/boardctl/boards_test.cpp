@@ -9,11 +9,12 @@
 #include <set>
 #include <sstream>
 
-#include "child.h"
+#include "boardctl/on_board.h"
 
+using boardctl_test::contents;
 using boardctl_test::End;
-using boardctl_test::in_child;
 using boardctl_test::Json;
+using boardctl_test::on_board;
 using boardctl_test::Outcome;
 using boardctl_test::Setting;
 using testing::HasSubstr;
@@ -22,40 +23,6 @@ using testing::Not;
 namespace {
 
 const std::string boards = BOARDS_DIR "/";
-const std::string emulator = EMULATOR;  // empty when programs are this machine's own
-
-Outcome on_board(const std::string &file, const std::vector<std::string> &arguments,
-                 const Setting &setting = {}) {
-    std::vector<std::string> line;
-    std::istringstream words(emulator);
-    for (std::string word; words >> word;) {
-        line.push_back(word);
-    }
-    line.push_back(BOARDSIM_PATH);
-    if (!emulator.empty()) {
-        line.insert(line.end(), {"--emulator", emulator});
-    }
-    line.insert(line.end(), {file, "--", BOARDCTL_PATH});
-    line.insert(line.end(), arguments.begin(), arguments.end());
-    std::vector<char *> argv;
-    for (std::string &word : line) {
-        argv.push_back(word.data());
-    }
-    argv.push_back(nullptr);
-    return in_child(
-        [&] {
-            execvp(argv[0], argv.data());
-            return 126;
-        },
-        setting);
-}
-
-std::string contents(const std::string &path) {
-    std::ifstream file(path);
-    std::ostringstream text;
-    text << file.rdbuf();
-    return text.str();
-}
 
 // What each board file says, read by a person.
 struct Board {

@@ -9,6 +9,8 @@
 #include <array>
 #include <cstdio>
 #include <cstdlib>
+#include <fstream>
+#include <sstream>
 #include <stdexcept>
 
 #include "program.h"
@@ -114,6 +116,13 @@ Outcome ask(std::vector<std::string> arguments, const Setting &setting) {
             return boardctl::run(static_cast<int>(arguments.size()), argv.data());
         },
         setting);
+}
+
+std::string contents(const std::string &path) {
+    std::ifstream file(path);
+    std::ostringstream text;
+    text << file.rdbuf();
+    return text.str();
 }
 
 }  // namespace boardctl_test

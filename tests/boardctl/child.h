@@ -34,4 +34,7 @@ Outcome in_child(const std::function<int()> &body, const Setting &setting = {});
 // boardctl in a copy of this process: it sees the platform that the test has scripted.
 Outcome ask(std::vector<std::string> arguments, const Setting &setting = {});
 
+// The text of a file; empty when there is none.
+std::string contents(const std::string &path);
+
 }  // namespace boardctl_test

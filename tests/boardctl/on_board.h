@@ -10,8 +10,9 @@
 
 namespace boardctl_test {
 
+// `options` are boardsim's.
 inline Outcome on_board(const std::string &file, const std::vector<std::string> &arguments,
-                        const Setting &setting = {}) {
+                        const Setting &setting = {}, const std::vector<std::string> &options = {}) {
     const std::string emulator = EMULATOR;  // empty when programs are this machine's own
     std::vector<std::string> line;
     std::istringstream words(emulator);
@@ -22,6 +23,7 @@ inline Outcome on_board(const std::string &file, const std::vector<std::string> 
     if (!emulator.empty()) {
         line.insert(line.end(), {"--emulator", emulator});
     }
+    line.insert(line.end(), options.begin(), options.end());
     line.insert(line.end(), {file, "--", BOARDCTL_PATH});
     line.insert(line.end(), arguments.begin(), arguments.end());
     std::vector<char *> argv;

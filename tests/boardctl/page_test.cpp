@@ -128,8 +128,7 @@ TEST(Tables, ColoursChangeNothingElse) {
 }
 
 int work_for(unsigned milliseconds) {
-    boardctl::Progress progress("Writing the flash");
-    progress.set(3, 7);
+    const boardctl::Progress progress("Writing the flash", [] { return "3 of 7"; });
     usleep(milliseconds * 1000);
     return 0;
 }

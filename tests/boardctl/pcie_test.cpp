@@ -5,7 +5,6 @@
 #include <filesystem>
 #include <fstream>
 #include <memory>
-#include <sstream>
 
 #include "boardfeatures/pcieid_enum.h"
 #include "child.h"
@@ -14,6 +13,7 @@
 #include "support/scripted_flash.h"
 
 using boardctl_test::ask;
+using boardctl_test::contents;
 using boardctl_test::End;
 using boardctl_test::Json;
 using boardctl_test::Outcome;
@@ -32,13 +32,6 @@ Json row_named(const Json &rows, const std::string &name) {
         }
     }
     return nullptr;
-}
-
-std::string contents(const std::string &path) {
-    std::ifstream file(path);
-    std::ostringstream text;
-    text << file.rdbuf();
-    return text.str();
 }
 
 // Runs boardctl here, so that what it does to the flash stays.

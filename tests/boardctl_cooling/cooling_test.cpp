@@ -14,6 +14,7 @@
 #include "support/cooling_machine.h"
 
 using boardctl_test::ask;
+using boardctl_test::contents;
 using boardctl_test::Json;
 using boardctl_test::Outcome;
 using cooling::fit_cards;
@@ -24,13 +25,6 @@ using testing::Not;
 using testing::StartsWith;
 
 namespace {
-
-std::string contents(const std::string &path) {
-    std::ifstream file(path);
-    std::ostringstream text;
-    text << file.rdbuf();
-    return text.str();
-}
 
 // Four modules that turn; 12 bays in front of a Tarn, 24 in front of a Fell.
 void everyday_board(bool fell = false) {

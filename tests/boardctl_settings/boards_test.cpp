@@ -2,38 +2,15 @@
 #include <gmock/gmock.h>
 #include <unistd.h>
 
-#include <sstream>
+#include "boardctl/on_board.h"
 
-#include "boardctl/child.h"
-
-using boardctl_test::in_child;
 using boardctl_test::Json;
 using boardctl_test::Outcome;
 
 namespace {
 
 Outcome on_board(const std::string &board, const std::vector<std::string> &arguments) {
-    const std::string emulator = EMULATOR;  // empty when programs are this machine's own
-    std::vector<std::string> line;
-    std::istringstream words(emulator);
-    for (std::string word; words >> word;) {
-        line.push_back(word);
-    }
-    line.push_back(BOARDSIM_PATH);
-    if (!emulator.empty()) {
-        line.insert(line.end(), {"--emulator", emulator});
-    }
-    line.insert(line.end(), {BOARDS_DIR "/" + board + ".toml", "--", BOARDCTL_PATH});
-    line.insert(line.end(), arguments.begin(), arguments.end());
-    std::vector<char *> argv;
-    for (std::string &word : line) {
-        argv.push_back(word.data());
-    }
-    argv.push_back(nullptr);
-    return in_child([&] {
-        execvp(argv[0], argv.data());
-        return 126;
-    });
+    return boardctl_test::on_board(BOARDS_DIR "/" + board + ".toml", arguments);
 }
 
 struct Strap {

@@ -8,6 +8,7 @@
 
 #include "boardctl/on_board.h"
 
+using boardctl_test::contents;
 using boardctl_test::Json;
 using boardctl_test::on_board;
 using boardctl_test::Outcome;
@@ -15,13 +16,6 @@ using boardctl_test::Outcome;
 namespace {
 
 std::string board_file(const std::string &name) { return BOARDS_DIR "/" + name + ".toml"; }
-
-std::string contents(const std::string &path) {
-    std::ifstream file(path);
-    std::ostringstream text;
-    text << file.rdbuf();
-    return text.str();
-}
 
 // ---- what a person reads, whole ----
 

@@ -5,7 +5,6 @@
 #include <boost/crc.hpp>
 #include <fstream>
 #include <set>
-#include <sstream>
 
 #include "boardctl/child.h"
 #include "program.h"
@@ -13,6 +12,7 @@
 #include "support/scripted_platform.h"
 
 using boardctl_test::ask;
+using boardctl_test::contents;
 using boardctl_test::Json;
 using boardctl_test::Outcome;
 using scripted::platform;
@@ -22,12 +22,6 @@ using testing::Not;
 
 namespace {
 
-std::string contents(const std::string &path) {
-    std::ifstream file(path);
-    std::ostringstream text;
-    text << file.rdbuf();
-    return text.str();
-}
 void write_file(const std::string &path, const std::string &text) { std::ofstream(path) << text; }
 
 // A backplane whose bays are all empty.

@@ -20,6 +20,7 @@
 #include <string>
 #include <vector>
 
+#include "support/pcieid_lines.h"
 #include "support/pcieid_said.h"
 #include "support/scripted_platform.h"
 
@@ -29,16 +30,6 @@ struct FittedBoard {
     std::vector<std::string> log;
     size_t calls = 0;
 };
-
-// Blanks count as one, so that files can be aligned.
-inline std::string squeezed(const std::string &text) {
-    std::istringstream words(text);
-    std::string result;
-    for (std::string word; words >> word;) {
-        result += (result.empty() ? "" : " ") + word;
-    }
-    return result;
-}
 
 inline uint32_t interface_bus(const std::string &name) {
     static const std::map<std::string, uint32_t> buses = {

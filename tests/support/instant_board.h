@@ -1,6 +1,7 @@
-// A platform whose every call takes next to no time, stack or memory: one fully cabled board of
-// three front backplanes full of disks, six sockets and three retimer cards, an EPLD with a working
-// flash, and a mailbox in every slot that answers at once. For what measures the library itself.
+// A platform whose every call takes next to no time, stack or memory: boards/tarn-maximal.toml,
+// three front backplanes full of disks and a riser-type one on six sockets and four retimer cards,
+// an EPLD with a working flash, and a mailbox in every slot that answers at once. For what measures
+// the library itself.
 #pragma once
 
 #include <cstddef>

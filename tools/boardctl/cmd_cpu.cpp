@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include <CLI/CLI.hpp>
+#include <atomic>
 #include <cstdio>
 #include <cstdlib>
 #include <memory>
@@ -69,10 +70,12 @@ private:
 
 Json cpu_usage(Session &session, uint32_t seconds) {
     CpuMonitor monitor;
-    Progress progress("watching the processors");
+    std::atomic<uint32_t> second = 0;
+    const Progress progress("watching the processors", [&second, seconds] {
+        return fmt::format("{} of {}", second.load(), seconds);
+    });
     Json usage = Json::array();
-    for (uint32_t second = 0; second < seconds; ++second) {
-        progress.set(second, seconds);
+    for (; second < seconds; ++second) {
         const std::optional<double> percent = monitor.next();
         if (!percent) {
             session.fail("/proc/stat cannot be read");

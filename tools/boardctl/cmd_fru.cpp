@@ -1,6 +1,7 @@
 // fru: the FRU data of the main board and of the cards, as fields and as bytes.
 #include <CLI/CLI.hpp>
 #include <algorithm>
+#include <atomic>
 #include <cctype>
 #include <cerrno>
 #include <cstring>
@@ -70,11 +71,16 @@ bool read_fru_exactly(uint32_t key, std::size_t offset, std::span<uint8_t> bytes
                    static_cast<uint32_t>(bytes.size())) == static_cast<int32_t>(bytes.size());
 }
 
+std::string fru_progress(std::size_t done, std::size_t total) {
+    return fmt::format("{} of {} bytes", done, total);
+}
+
 // As many bytes as can be read, up to `length`.
 std::vector<uint8_t> read_fru_bytes(uint32_t key, std::size_t offset, std::size_t length) {
-    Progress progress("Reading FRU data");
     std::vector<uint8_t> bytes(length);
-    std::size_t done = 0;
+    std::atomic<std::size_t> done = 0;
+    const Progress progress("Reading FRU data",
+                            [&done, length] { return fru_progress(done, length); });
     while (done < length) {
         const std::size_t part = std::min(fru_chunk, length - done);
         const int32_t got = FruRead(key, static_cast<uint32_t>(offset + done), bytes.data() + done,
@@ -83,7 +89,6 @@ std::vector<uint8_t> read_fru_bytes(uint32_t key, std::size_t offset, std::size_
         if (got != static_cast<int32_t>(part)) {
             break;
         }
-        progress.set(static_cast<unsigned>(done), static_cast<unsigned>(length));
     }
     bytes.resize(done);
     return bytes;
@@ -337,8 +342,9 @@ std::vector<uint8_t> fru_file_bytes(const std::string &path) {
 }
 
 std::size_t write_fru_bytes(uint32_t key, std::size_t offset, const std::vector<uint8_t> &bytes) {
-    Progress progress("Writing FRU data");
-    std::size_t done = 0;
+    std::atomic<std::size_t> done = 0;
+    const Progress progress("Writing FRU data",
+                            [&done, &bytes] { return fru_progress(done, bytes.size()); });
     while (done < bytes.size()) {
         const std::size_t part = std::min(fru_chunk, bytes.size() - done);
         const int32_t put = FruWrite(key, static_cast<uint32_t>(offset + done), bytes.data() + done,
@@ -347,7 +353,6 @@ std::size_t write_fru_bytes(uint32_t key, std::size_t offset, const std::vector<
             return done + (put > 0 ? std::min(part, static_cast<std::size_t>(put)) : 0);
         }
         done += part;
-        progress.set(static_cast<unsigned>(done), static_cast<unsigned>(bytes.size()));
     }
     return done;
 }

@@ -248,9 +248,9 @@ Json unbound_reason(const pcieid_cable &cable) {
         case PCIEID_CABLE_BOUND:
             return nullptr;
         case PCIEID_CABLE_NO_INDEX:
-            return "no valid index of its own: no cable, or the backplane's pins are wrong";
+            return "no valid index of its own: no expander answers, or its pins are wrong";
         case PCIEID_CABLE_NO_WORD:
-            return "no valid word of a socket: the cable's other end is not in a socket";
+            return "no valid word of a socket: no cable, or it disturbs the word";
         case PCIEID_CABLE_NO_SOCKET:
             return fmt::format("the cable names socket {}, which the board does not have",
                                cable.word_index);

@@ -229,13 +229,19 @@ Json dumped_pages(const std::string &dump) {
     return pages;
 }
 
+std::string pages_of(std::size_t done, uint32_t all) {
+    return fmt::format("{} of {} pages", done, all);
+}
+
 Json dump(Session &session, uint32_t pages) {
     Json rows;
     int32_t result;
     {
         Captured captured;
         {
-            const Progress progress(fmt::format("Reading {} pages", pages));
+            const Progress progress("Reading the flash", [&captured, pages] {
+                return pages_of(dumped_pages(captured.text()).size(), pages);
+            });
             result = pciecfg_dev_dump(pages);
         }
         rows = dumped_pages(captured.text());
@@ -275,7 +281,12 @@ Json dumpfile(Session &session, const std::string &path) {
     }
     int32_t result;
     {
-        const Progress progress(fmt::format("Reading {} pages", UFM_PAGE_COUNT));
+        const Progress progress("Reading the flash", [&path] {
+            struct stat so_far = {};
+            stat(path.c_str(), &so_far);
+            return pages_of(static_cast<std::size_t>(so_far.st_size) / UFM_PAGE_SIZE,
+                            UFM_PAGE_COUNT);
+        });
         result = pciecfg_dev_dumpfile(path.c_str());
     }
     if (result != 0) {

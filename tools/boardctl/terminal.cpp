@@ -26,7 +26,8 @@ bool wants_colour() {
            environment("TERM") != "dumb";
 }
 
-Progress::Progress(std::string what) : what_(std::move(what)) {
+Progress::Progress(std::string what, std::function<std::string()> how_far)
+    : what_(std::move(what)), how_far_(std::move(how_far)) {
     if (isatty(STDERR_FILENO) != 0) {
         ticker_ = std::thread([this] { tick(); });
     }
@@ -55,8 +56,7 @@ void Progress::tick() {
     while (!ended_.wait_for(lock, shown ? interval : patience, [this] { return over_; })) {
         const auto seconds =
             std::chrono::duration_cast<std::chrono::seconds>(steady_clock::now() - start).count();
-        const unsigned total = total_;
-        const std::string how_far = total != 0 ? fmt::format("{} of {}, ", +done_, total) : "";
+        const std::string how_far = how_far_ ? how_far_() + ", " : "";
         fmt::print(stderr, "{}{} ({}{} s)", erase_line, what_, how_far, seconds);
         std::fflush(stderr);
         shown = true;

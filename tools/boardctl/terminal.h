@@ -1,8 +1,8 @@
 // What depends on whether a person sits in front of the program.
 #pragma once
 
-#include <atomic>
 #include <condition_variable>
+#include <functional>
 #include <mutex>
 #include <string>
 #include <thread>
@@ -16,23 +16,18 @@ bool wants_colour();
 // terminal and the operation has lasted for a second, and goes when the object does.
 class Progress {
 public:
-    explicit Progress(std::string what);
+    // `how_far` is asked for more words every time that the line is shown, "3 of 7 pages"; without
+    // it the line shows the seconds only.
+    explicit Progress(std::string what, std::function<std::string()> how_far = nullptr);
     ~Progress();
     Progress(const Progress &) = delete;
     Progress &operator=(const Progress &) = delete;
-
-    // How far it has come; without this the line shows the seconds only.
-    void set(unsigned done, unsigned total) {
-        total_ = total;
-        done_ = done;
-    }
 
 private:
     void tick();
 
     std::string what_;
-    std::atomic<unsigned> done_ = 0;
-    std::atomic<unsigned> total_ = 0;
+    std::function<std::string()> how_far_;
     std::mutex mutex_;
     std::condition_variable ended_;
     bool over_ = false;
