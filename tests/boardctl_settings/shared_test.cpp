@@ -487,7 +487,8 @@ TEST(Manual, NamesEveryKey) {
 
 TEST(Manual, NamesEverySetting) {
     const std::string manual = config_files::read(MANUAL).value();
-    for (const Json &row : ask({"config", "--json"}).json()["settings"]) {
+    const Json settings = ask({"config", "--json"}).json();
+    for (const Json &row : settings["settings"]) {
         std::string name = row["name"];
         if (name.starts_with("temp-threshold.")) {
             EXPECT_THAT(manual, HasSubstr("`" + name.substr(name.rfind('.') + 1) + "`"));

@@ -170,9 +170,10 @@ TEST(Disks, BaysThatCannotBeRead) {
         const Outcome outcome = ask({"disks", "--json"});
         EXPECT_EQ(outcome.status, 1) << name;
         const char *connector = card == 10 ? "F I2C 2" : card == 5 ? "R I2C 4" : "R I2C 5";
-        EXPECT_EQ(outcome.json()["failures"],
+        const Json document = outcome.json();
+        EXPECT_EQ(document["failures"],
                   Json::array({std::string("the bays at ") + connector + " cannot be read"}));
-        for (const Json &disk : outcome.json()["disks"]) {
+        for (const Json &disk : document["disks"]) {
             EXPECT_TRUE(disk["present"].is_null() && disk["kind"].is_null()) << name;
         }
         // the library's own line does not disturb the document
