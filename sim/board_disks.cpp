@@ -176,7 +176,7 @@ void read_disks(Builder &builder, Table &backplane, std::string_view model,
         taken |= 1u << bay;
         const uint32_t shift = bay % bays_per_expander * 2;
         uint16_t &word = words[bay / bays_per_expander];
-        word = static_cast<uint16_t>((word & ~(3u << shift)) | kind.field << shift);
+        word = static_cast<uint16_t>((word & ~(3u << shift)) | uint32_t{kind.field} << shift);
         if (kind.name == std::string_view(nvme) && bays.channels[bay] != none) {
             const auto channel = static_cast<uint8_t>(bays.channels[bay]);
             fit_endpoint(builder, disk, {bus, nvme_endpoint, nvme_switch, channel}, place);

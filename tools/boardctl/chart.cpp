@@ -72,7 +72,7 @@ private:
             return;
         }
         const double height = curve.values[x] * (rows_ - 1) / chart_.y.to;
-        const auto row = static_cast<unsigned>(std::clamp(std::lround(height), 0L, rows_ - 1L));
+        const auto row = static_cast<unsigned>(std::clamp(std::round(height), 0.0, rows_ - 1.0));
         char &cell = cells_[row][column];
         cell = cell == ' ' ? curve.mark : several;
     }
