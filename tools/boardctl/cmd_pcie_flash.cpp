@@ -263,7 +263,7 @@ void show_dump(Page &page, const Json &document) {
     for (const Json &row : document["pages"]) {
         std::string text = fmt::format(" {:>4} |", row["page"].get<uint32_t>());
         for (const Json &word : row["words"]) {
-            text += " " + word.get<std::string>().substr(2);
+            text += fmt::format(" {}", word.get<std::string>().substr(2));
         }
         page.line(row["words"].is_null() ? text + " -" : text);
     }
