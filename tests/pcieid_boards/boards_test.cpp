@@ -92,7 +92,8 @@ Expected read_expected(const std::string &board) {
 std::vector<std::string> files_in(const char *path, const std::string &ending) {
     std::vector<std::string> names;
     DIR *folder = opendir(path);
-    while (const dirent *entry = readdir(folder)) {
+    // The emulator hands on inode numbers of 64 bits.
+    while (const dirent64 *entry = readdir64(folder)) {
         const std::string name = entry->d_name;
         if (name.ends_with(ending)) {
             names.push_back(name.substr(0, name.size() - ending.size()));
