@@ -9,8 +9,10 @@
 #include <set>
 #include <sstream>
 
-#include "boardctl/on_board.h"
+#include "boardctl/programs.h"
+#include "boardctl/texts.h"
 
+using boardctl_test::board_file;
 using boardctl_test::contents;
 using boardctl_test::End;
 using boardctl_test::Json;
@@ -21,8 +23,6 @@ using testing::HasSubstr;
 using testing::Not;
 
 namespace {
-
-const std::string boards = BOARDS_DIR "/";
 
 // What each board file says, read by a person.
 struct Board {
@@ -128,7 +128,7 @@ class EveryBoard : public testing::TestWithParam<Board> {};
 
 TEST_P(EveryBoard, Identity) {
     const Board &board = GetParam();
-    const Outcome outcome = on_board(boards + board.name + ".toml", {"identity", "--json"});
+    const Outcome outcome = on_board(board_file(board.name), {"identity", "--json"});
     EXPECT_EQ(outcome.status, board.status) << outcome.err;
     const Json json = outcome.json();
     EXPECT_EQ(json["main_board"]["hard_id"], text_or_null(board.hard_id));
@@ -143,7 +143,7 @@ TEST_P(EveryBoard, Identity) {
 
 TEST_P(EveryBoard, CardsAndCpus) {
     const Board &board = GetParam();
-    const Outcome outcome = on_board(boards + board.name + ".toml", {"report", "--json"});
+    const Outcome outcome = on_board(board_file(board.name), {"report", "--json"});
     EXPECT_EQ(outcome.status, board.status) << outcome.err;
     const Json json = outcome.json();
     std::set<int> fitted;
@@ -173,19 +173,14 @@ INSTANTIATE_TEST_SUITE_P(Boards, EveryBoard, testing::ValuesIn(all_boards), [](c
     return name;
 });
 
-// What a person reads, whole. With BOARDCTL_UPDATE_GOLDEN set the files are written anew.
+// What a person reads, whole.
 class Golden : public testing::TestWithParam<const char *> {};
 
 TEST_P(Golden, Table) {
-    const Outcome outcome = on_board(boards + "tarn-12bay.toml", {GetParam()});
+    const Outcome outcome = on_board(board_file("tarn-12bay"), {GetParam()});
     EXPECT_EQ(outcome.status, 0);
     EXPECT_EQ(outcome.err, "");
-    const std::string path = std::string(GOLDEN_DIR "/tarn-12bay-") + GetParam() + ".txt";
-    if (std::getenv("BOARDCTL_UPDATE_GOLDEN") != nullptr) {
-        std::ofstream(path) << outcome.out;
-    }
-    ASSERT_NE(contents(path), "") << path;
-    EXPECT_EQ(outcome.out, contents(path));
+    boardctl_test::expect_golden(std::string("tarn-12bay-") + GetParam() + ".txt", outcome.out);
     EXPECT_THAT(outcome.out, Not(HasSubstr("\x1b")));
 }
 
@@ -195,19 +190,19 @@ INSTANTIATE_TEST_SUITE_P(Tarn12Bay, Golden,
                          [](const auto &command) { return command.param; });
 
 TEST(Program, ColoursItsTablesOnATerminal) {
-    const Outcome outcome = on_board(boards + "tarn-12bay.toml", {"cards"}, {.out = End::terminal});
+    const Outcome outcome = on_board(board_file("tarn-12bay"), {"cards"}, {.out = End::terminal});
     EXPECT_EQ(outcome.status, 0);
     EXPECT_THAT(outcome.out, HasSubstr("\x1b[32myes\x1b[0m"));
 }
 
 TEST(Program, HandsItsStatusOn) {
-    EXPECT_EQ(on_board(boards + "empty.toml", {"nonsense"}).status, 2);
-    EXPECT_EQ(on_board(boards + "empty.toml", {"--help"}).status, 0);
-    EXPECT_EQ(on_board(boards + "empty.toml", {"identity"}).status, 0);
+    EXPECT_EQ(on_board(board_file("empty"), {"nonsense"}).status, 2);
+    EXPECT_EQ(on_board(board_file("empty"), {"--help"}).status, 0);
+    EXPECT_EQ(on_board(board_file("empty"), {"identity"}).status, 0);
 }
 
 TEST(Program, AnEditedBoardAnswersOtherwise) {
-    std::string text = contents(boards + "tarn-12bay.toml");
+    std::string text = contents(board_file("tarn-12bay"));
     const auto change = [&](const std::string &from, const std::string &to) {
         const std::size_t at = text.find(from);
         ASSERT_NE(at, std::string::npos) << from;

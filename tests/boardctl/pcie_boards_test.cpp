@@ -6,10 +6,13 @@
 #include <fstream>
 #include <set>
 
-#include "boardctl/on_board.h"
+#include "boardctl/programs.h"
+#include "boardctl/texts.h"
 
+using boardctl_test::board_file;
 using boardctl_test::contents;
 using boardctl_test::End;
+using boardctl_test::expect_golden;
 using boardctl_test::Json;
 using boardctl_test::on_board;
 using boardctl_test::Outcome;
@@ -20,26 +23,19 @@ using testing::Not;
 
 namespace {
 
-std::string file_of(const std::string &board) { return BOARDS_DIR "/" + board + ".toml"; }
-
 Outcome pcie(const std::string &board, std::vector<std::string> arguments) {
     arguments.insert(arguments.begin(), "pcie");
-    return on_board(file_of(board), arguments);
+    return on_board(board_file(board), arguments);
 }
 
-// What a person reads, whole. With BOARDCTL_UPDATE_GOLDEN set the files are written anew.
+// What a person reads, whole.
 class PcieOnBoard : public testing::TestWithParam<const char *> {};
 
 TEST_P(PcieOnBoard, Table) {
     const Outcome outcome = pcie(GetParam(), {});
     EXPECT_EQ(outcome.status, 0);
     EXPECT_EQ(outcome.err, "");
-    const std::string path = std::string(GOLDEN_DIR "/") + GetParam() + "-pcie.txt";
-    if (std::getenv("BOARDCTL_UPDATE_GOLDEN") != nullptr) {
-        std::ofstream(path) << outcome.out;
-    }
-    ASSERT_NE(contents(path), "") << path;
-    EXPECT_EQ(outcome.out, contents(path));
+    expect_golden(std::string(GetParam()) + "-pcie.txt", outcome.out);
 }
 
 // The parts are the whole, and the report has it all.
@@ -56,7 +52,7 @@ TEST_P(PcieOnBoard, PartsAndReport) {
         }
     }
     EXPECT_THAT(keys, ElementsAre("cables", "failures", "lanes", "slots", "sockets"));
-    const Json report = on_board(file_of(GetParam()), {"report", "--json"}).json()["pcie"];
+    const Json report = on_board(board_file(GetParam()), {"report", "--json"}).json()["pcie"];
     for (const std::string &key : keys) {
         if (key != "failures") {
             EXPECT_EQ(report[key], whole[key]) << key;
@@ -143,7 +139,7 @@ protected:
         arguments.insert(arguments.begin(), "pcie");
         std::vector<std::string> all = {"--state", state_};
         all.insert(all.end(), options.begin(), options.end());
-        return on_board(file_of("tarn-12bay"), arguments, setting, all);
+        return on_board(board_file("tarn-12bay"), arguments, setting, all);
     }
 
     std::string state_;

@@ -6,8 +6,9 @@
 #include <fstream>
 #include <memory>
 
+#include "boardctl/child.h"
+#include "boardctl/texts.h"
 #include "boardfeatures/pcieid_enum.h"
-#include "child.h"
 #include "pcieid_chain/fitted_board.h"
 #include "program.h"
 #include "support/scripted_flash.h"
@@ -181,7 +182,7 @@ TEST(PcieCables, RetimerPortsAreSocketsOfTheirSlot) {
     EXPECT_THAT(sockets[6]["retimer_slot"].get<std::string>(), Not(testing::IsEmpty()));
 }
 
-// What a person reads, whole. With BOARDCTL_UPDATE_GOLDEN set the files are written anew.
+// What a person reads, whole.
 class PcieGolden : public testing::TestWithParam<const char *> {};
 
 TEST_P(PcieGolden, Table) {
@@ -189,12 +190,7 @@ TEST_P(PcieGolden, Table) {
     const Outcome outcome = ask({"pcie"});
     EXPECT_EQ(outcome.status, 0);
     EXPECT_EQ(outcome.err, "");
-    const std::string path = std::string(GOLDEN_DIR "/pcie-") + GetParam() + ".txt";
-    if (std::getenv("BOARDCTL_UPDATE_GOLDEN") != nullptr) {
-        std::ofstream(path) << outcome.out;
-    }
-    ASSERT_NE(contents(path), "") << path;
-    EXPECT_EQ(outcome.out, contents(path));
+    boardctl_test::expect_golden(std::string("pcie-") + GetParam() + ".txt", outcome.out);
 }
 
 INSTANTIATE_TEST_SUITE_P(Fitted, PcieGolden, testing::Values("24nvme", "miscabled", "retimer"),

@@ -8,13 +8,15 @@
 #include <set>
 #include <sstream>
 
-#include "child.h"
+#include "boardctl/child.h"
+#include "boardctl/texts.h"
 #include "cooling/component_rows.h"
 #include "cooling/curves.h"
 #include "support/cooling_machine.h"
 
 using boardctl_test::ask;
 using boardctl_test::contents;
+using boardctl_test::expect_golden;
 using boardctl_test::Json;
 using boardctl_test::Outcome;
 using cooling::fit_cards;
@@ -382,16 +384,6 @@ TEST(Liquid, AKitWhoseSensorIsSilentFails) {
 
 // ---- what a person sees, whole ----
 
-// With BOARDCTL_UPDATE_GOLDEN set the files are written anew.
-void expect_golden(const std::string &name, const std::string &text) {
-    const std::string path = GOLDEN_DIR "/" + name;
-    if (std::getenv("BOARDCTL_UPDATE_GOLDEN") != nullptr) {
-        std::ofstream(path) << text;
-    }
-    ASSERT_NE(contents(path), "") << path;
-    EXPECT_EQ(text, contents(path));
-}
-
 TEST(Drawings, OfBothConfigurations) {
     for (const bool fell : {false, true}) {
         everyday_board(fell);
@@ -471,22 +463,9 @@ TEST(Pictures, ThatCannotBeWrittenFail) {
 
 // ---- the manual ----
 
-void keys_of(const Json &json, std::set<std::string> &keys) {
-    if (json.is_object()) {
-        for (const auto &[key, value] : json.items()) {
-            keys.insert(key);
-            keys_of(value, keys);
-        }
-    } else if (json.is_array()) {
-        for (const Json &value : json) {
-            keys_of(value, keys);
-        }
-    }
-}
-
 TEST(Manual, NamesEveryKeyAndOption) {
     everyday_board();
-    const std::string manual = contents(MANUAL);
+    const std::string manual = boardctl_test::manual();
     std::set<std::string> keys;
     for (const std::vector<std::string> &line :
          std::vector<std::vector<std::string>>{{"fans"},
@@ -497,17 +476,10 @@ TEST(Manual, NamesEveryKeyAndOption) {
                                                {"cooling", "what-if", "--sweep"}}) {
         std::vector<std::string> arguments = line;
         arguments.emplace_back("--json");
-        keys_of(ask(arguments).json(), keys);
+        boardctl_test::collect_keys(ask(arguments).json(), keys);
     }
     EXPECT_GT(keys.size(), 80u);
-    for (const std::string &key : keys) {
-        const auto stands = [&](const std::string &text) {
-            return manual.find(text) != manual.npos;
-        };
-        EXPECT_TRUE(stands('`' + key + '`') || stands('`' + key + '.') || stands('`' + key + '[') ||
-                    stands('.' + key + '`') || stands('.' + key + '['))
-            << key;
-    }
+    boardctl_test::expect_named(keys, manual);
     for (const char *const option : {"--plot", "--svg", "--fan-type", "--backplanes", "--inlet",
                                      "--mode", "--sweep", "--csv"}) {
         EXPECT_NE(manual.find(option), manual.npos) << option;

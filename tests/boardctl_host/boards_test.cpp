@@ -1,14 +1,12 @@
 // power, topology, dimm, bios, fru and pier within boardsim, on the boards that are shipped.
 #include <gmock/gmock.h>
-#include <unistd.h>
 
-#include <cstdlib>
-#include <fstream>
-#include <sstream>
+#include "boardctl/programs.h"
+#include "boardctl/texts.h"
 
-#include "boardctl/child.h"
-
-using boardctl_test::in_child;
+using boardctl_test::board_file;
+using boardctl_test::expect_golden;
+using boardctl_test::in_boardsim;
 using boardctl_test::Json;
 using boardctl_test::Outcome;
 using testing::HasSubstr;
@@ -16,40 +14,8 @@ using testing::Not;
 
 namespace {
 
-Outcome in_boardsim(const std::string &board, std::vector<std::string> program) {
-    const std::string emulator = EMULATOR;  // empty when programs are this machine's own
-    std::vector<std::string> line;
-    std::istringstream words(emulator);
-    for (std::string word; words >> word;) {
-        line.push_back(word);
-    }
-    line.push_back(BOARDSIM_PATH);
-    if (!emulator.empty() && program.front() == BOARDCTL_PATH) {
-        line.insert(line.end(), {"--emulator", emulator});
-    }
-    line.insert(line.end(), {BOARDS_DIR "/" + board + ".toml", "--"});
-    line.insert(line.end(), program.begin(), program.end());
-    std::vector<char *> argv;
-    for (std::string &word : line) {
-        argv.push_back(word.data());
-    }
-    argv.push_back(nullptr);
-    return in_child([&] {
-        execvp(argv[0], argv.data());
-        return 126;
-    });
-}
-
-Outcome on_board(const std::string &board, std::vector<std::string> arguments) {
-    arguments.insert(arguments.begin(), BOARDCTL_PATH);
-    return in_boardsim(board, arguments);
-}
-
-std::string contents(const std::string &path) {
-    std::ifstream file(path);
-    std::ostringstream text;
-    text << file.rdbuf();
-    return text.str();
+Outcome on_board(const std::string &board, const std::vector<std::string> &arguments) {
+    return boardctl_test::on_board(board_file(board), arguments);
 }
 
 const Json &row_of(const Json &rows, const char *key, const Json &value) {
@@ -63,7 +29,7 @@ const Json &row_of(const Json &rows, const char *key, const Json &value) {
 
 }  // namespace
 
-// ---- what a person reads, whole; BOARDCTL_UPDATE_GOLDEN writes the files anew ----
+// ---- what a person reads, whole ----
 
 struct Page {
     const char *name;
@@ -80,12 +46,7 @@ TEST_P(HostGolden, Table) {
     const Outcome outcome = on_board(page.board, page.arguments);
     EXPECT_EQ(outcome.status, page.status) << outcome.err;
     EXPECT_EQ(outcome.err.empty(), page.status == 0) << outcome.err;
-    const std::string path = std::string(GOLDEN_DIR "/") + page.board + "-" + page.name + ".txt";
-    if (std::getenv("BOARDCTL_UPDATE_GOLDEN") != nullptr) {
-        std::ofstream(path) << outcome.out;
-    }
-    ASSERT_NE(contents(path), "") << path;
-    EXPECT_EQ(outcome.out, contents(path));
+    expect_golden(std::string(page.board) + "-" + page.name + ".txt", outcome.out);
     EXPECT_THAT(outcome.out, Not(HasSubstr("\x1b")));
 }
 
@@ -180,7 +141,7 @@ TEST(FruOnBoards, OfEveryCard) {
 TEST(FruOnBoards, WriteAndReadBack) {
     const std::string boardctl = std::string(EMULATOR) + " " + BOARDCTL_PATH;
     const Outcome outcome =
-        in_boardsim("tarn-12bay",
+        in_boardsim(board_file("tarn-12bay"),
                     {"sh", "-c",
                      "printf 'a new image' >/var/new && " + boardctl +
                          " fru write sas /var/new --offset 0x20 --yes && " + boardctl +

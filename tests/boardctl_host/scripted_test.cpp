@@ -1,15 +1,16 @@
 // power, topology, dimm, bios, fru and pier over a scripted board: documents, failures, consent.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <filesystem>
 #include <fstream>
-#include <sstream>
 
 #include "boardctl/child.h"
 #include "support/scripted_platform.h"
 
 using boardctl_test::ask;
+using boardctl_test::contents;
 using boardctl_test::End;
 using boardctl_test::Json;
 using boardctl_test::Outcome;
@@ -22,11 +23,6 @@ namespace {
 void write_file(const std::string &path, const std::string &text) {
     std::filesystem::create_directories(std::filesystem::path(path).parent_path());
     std::ofstream(path, std::ios::binary) << text;
-}
-std::string file_text(const std::string &path) {
-    std::ostringstream text;
-    text << std::ifstream(path, std::ios::binary).rdbuf();
-    return text.str();
 }
 
 const std::string image = "/resvz/firmware/FRU/FRU.BIN";
@@ -263,7 +259,7 @@ TEST(Fru, Read) {
     EXPECT_EQ(cut["bytes"], "7374");
     EXPECT_EQ(cut["failures"], Json::array({"2 of 100 bytes can be read"}));
     EXPECT_EQ(json_of({"fru", "read", "0", "/var/out"})["path"], "/var/out");
-    EXPECT_EQ(file_text("/var/out"), small_image);
+    EXPECT_EQ(contents("/var/out"), small_image);
     EXPECT_EQ(json_of({"fru", "read", "0", "/none/out"}, 1)["failures"],
               Json::array({"/none/out cannot be written: No such file or directory"}));
 }
@@ -278,11 +274,11 @@ TEST(Fru, WriteNeedsConsent) {
                            {.err = End::terminal, .in = End::terminal, .typed = "n\n"});
     EXPECT_EQ(no.status, 1);
     EXPECT_THAT(no.err, HasSubstr("Write 3 bytes at offset 0 of the FRU data of mainboard? [y/N]"));
-    EXPECT_EQ(file_text(image), small_image);
+    EXPECT_EQ(contents(image), small_image);
     const Outcome yes = ask({"fru", "write", "0", "/var/new", "--offset", "2"},
                             {.err = End::terminal, .in = End::terminal, .typed = "y\n"});
     EXPECT_EQ(yes.status, 0);
-    EXPECT_EQ(file_text(image).substr(2, 3), "new");
+    EXPECT_EQ(contents(image).substr(2, 3), "new");
 }
 
 TEST(Fru, WriteIsVerified) {
@@ -291,7 +287,26 @@ TEST(Fru, WriteIsVerified) {
     const Json document = json_of({"fru", "write", "0", "/var/new", "--offset", "10", "--yes"});
     EXPECT_EQ(document["written"], 70);
     EXPECT_EQ(document["verified"], true);
-    EXPECT_EQ(file_text(image), std::string(10, 'x') + std::string(70, 'n') + std::string(20, 'x'));
+    EXPECT_EQ(contents(image), std::string(10, 'x') + std::string(70, 'n') + std::string(20, 'x'));
+}
+
+// An EEPROM that takes its time: how far it is shows on a terminal, and nothing of it stays.
+TEST(Fru, ASlowWriteShowsHowFarItIs) {
+    write_file("/var/new", std::string(160, 'n'));
+    platform().epld[0x208] = 1 << 3;
+    platform().bytes[{11, 0x51, 0, 0}] = std::vector<uint8_t>(256, 0);
+    platform().fail_if = [](const std::string &call) {
+        usleep(call.starts_with("ei2c_eeprom_write") ? 350'000 : 0);
+        return false;
+    };
+    const std::vector<std::string> write = {"fru", "write", "sas", "/var/new", "--yes"};
+    const Outcome outcome = ask(write, {.err = End::terminal});
+    EXPECT_EQ(outcome.status, 0);
+    EXPECT_THAT(outcome.err, testing::ContainsRegex("^\r\x1b\\[KWriting FRU data \\((32|64|96) of "
+                                                    "160 bytes, 1 s\\)"));
+    EXPECT_THAT(outcome.err, testing::EndsWith("\r\x1b[K"));
+    EXPECT_THAT(outcome.out, testing::EndsWith("  Verified       yes\n"));
+    EXPECT_EQ(ask(write).err, "");
 }
 
 TEST(Fru, AWriteThatFails) {

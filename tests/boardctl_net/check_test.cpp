@@ -1,10 +1,11 @@
 // check: the verdict, and the first rule that is broken.
-#include "boardctl_net/boardctl_net.h"
+#include "boardctl/programs.h"
+#include "boardctl/texts.h"
 
-using boardctl_net::expect_golden;
-using boardctl_net::run_program;
+using boardctl_test::expect_golden;
 using boardctl_test::Json;
 using boardctl_test::Outcome;
+using boardctl_test::run_boardctl;
 
 namespace {
 
@@ -13,7 +14,7 @@ const std::string characters =
 const std::string label_length = "a label is longer than 63 characters";
 
 Json checked(const std::string &kind, const std::string &text, int status) {
-    const Outcome outcome = run_program({"check", kind, "--json", "--", text});
+    const Outcome outcome = run_boardctl({"check", kind, "--json", "--", text});
     EXPECT_EQ(outcome.status, status) << text;
     Json document = outcome.json();
     if (status == 0) {
@@ -105,9 +106,10 @@ TEST(CheckDomain, EveryRule) {
 }
 
 TEST(Check, Tables) {
-    expect_golden("check-domain", run_program({"check", "domain", "--", "-a.lan"}).out);
-    expect_golden("check-domain-ad", run_program({"check", "domain-ad", "corp.example.lan"}).out);
-    expect_golden("check-address", run_program({"check", "address", "fe80::1"}).out);
+    expect_golden("check-domain.txt", run_boardctl({"check", "domain", "--", "-a.lan"}).out);
+    expect_golden("check-domain-ad.txt",
+                  run_boardctl({"check", "domain-ad", "corp.example.lan"}).out);
+    expect_golden("check-address.txt", run_boardctl({"check", "address", "fe80::1"}).out);
 }
 
 TEST(Check, WrongUse) {
@@ -115,6 +117,6 @@ TEST(Check, WrongUse) {
                                                       {"check", "address"},
                                                       {"check", "name", "x"},
                                                       {"check", "domain", "a.b", "c.d"}}) {
-        EXPECT_EQ(run_program(arguments).status, 2);
+        EXPECT_EQ(run_boardctl(arguments).status, 2);
     }
 }

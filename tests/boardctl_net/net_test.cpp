@@ -1,10 +1,11 @@
 // net: what it shows of the kernel's interfaces, and what it changes of them.
-#include "boardctl_net/boardctl_net.h"
+#include "boardctl/programs.h"
+#include "boardctl/texts.h"
 #include "support/veth_pair.h"
 
-using boardctl_net::expect_golden;
 using boardctl_test::ask;
 using boardctl_test::End;
+using boardctl_test::expect_golden;
 using boardctl_test::Json;
 using boardctl_test::Outcome;
 using testing::ElementsAre;
@@ -64,7 +65,7 @@ TEST_F(Net, Table) {
     const Outcome outcome = ask({"net"});
     EXPECT_EQ(outcome.status, 0);
     EXPECT_EQ(outcome.err, "");
-    expect_golden("net", outcome.out);
+    expect_golden("net.txt", outcome.out);
 }
 
 // ---- changed ----

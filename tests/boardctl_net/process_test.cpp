@@ -4,12 +4,13 @@
 
 #include <filesystem>
 
-#include "boardctl_net/boardctl_net.h"
+#include "boardctl/programs.h"
+#include "boardctl/texts.h"
 #include "program.h"
 
-using boardctl_net::expect_golden;
 using boardctl_test::ask;
 using boardctl_test::End;
+using boardctl_test::expect_golden;
 using boardctl_test::in_child;
 using boardctl_test::Json;
 using boardctl_test::Outcome;
@@ -76,7 +77,7 @@ TEST(Oplog, ShowsTheLastLines) {
     EXPECT_EQ(ask({"oplog", "show", "--lines", "0", "--json"}).json()["lines"], Json::array());
     const Outcome outcome = ask({"oplog", "show"});
     EXPECT_EQ(outcome.status, 0);
-    expect_golden("oplog-show", outcome.out);
+    expect_golden("oplog-show.txt", outcome.out);
 }
 
 TEST(Oplog, TrimsWhenAsked) {

@@ -1,8 +1,7 @@
 // soc within boardsim: registers and /dev/mem of each simulated board.
 #include <gmock/gmock.h>
-#include <unistd.h>
 
-#include "boardctl/on_board.h"
+#include "boardctl/programs.h"
 
 using boardctl_test::Json;
 using boardctl_test::Outcome;
@@ -10,7 +9,7 @@ using boardctl_test::Outcome;
 namespace {
 
 Outcome on_board(const std::string &board, const std::vector<std::string> &arguments) {
-    return boardctl_test::on_board(BOARDS_DIR "/" + board + ".toml", arguments);
+    return boardctl_test::on_board(boardctl_test::board_file(board), arguments);
 }
 
 struct Strap {

@@ -6,6 +6,7 @@
 #include <set>
 
 #include "boardctl/child.h"
+#include "boardctl/texts.h"
 #include "boardfeatures/config.h"
 #include "boardfeatures/ipc.h"
 #include "boardfeatures/soc.h"
@@ -13,7 +14,10 @@
 
 using boardctl_test::ask;
 using boardctl_test::End;
+using boardctl_test::expect_named;
 using boardctl_test::Json;
+using boardctl_test::keys_of;
+using boardctl_test::manual_section;
 using boardctl_test::Outcome;
 using config_files::stored;
 using testing::HasSubstr;
@@ -448,19 +452,6 @@ TEST(Ipc, KnowsUsersThatEnded) {
 
 // ---- the manual ----
 
-void collect_keys(const Json &value, std::set<std::string> &keys) {
-    if (value.is_object()) {
-        for (const auto &[key, inner] : value.items()) {
-            keys.insert(key);
-            collect_keys(inner, keys);
-        }
-    } else if (value.is_array()) {
-        for (const Json &inner : value) {
-            collect_keys(inner, keys);
-        }
-    }
-}
-
 TEST(Manual, NamesEveryKey) {
     config_files::write(mode_file, "");
     config_files::write("/conf/vel/sensor_threshold.ini", "[Inlet]\nUpperCritical=1\n");
@@ -469,24 +460,17 @@ TEST(Manual, NamesEveryKey) {
     EXPECT_EQ(ask({"slots-custom", "set", "0", "3", "1", "5"}).status, 0);
     EXPECT_EQ(ask({"slots-custom", "set-pch", "1/0000:00:17.1/3", "--slot", "9"}).status, 0);
     EXPECT_EQ(ask({"customer", "set-text", "0", "Rack 12"}).status, 0);
-    const std::string manual = config_files::read(MANUAL).value();
     for (const char *command :
          {"config", "alarms", "customer", "slots-custom", "effect-mode", "soc", "ipc"}) {
-        const std::size_t start = manual.find(std::string("\n## ") + command + "\n");
-        ASSERT_NE(start, manual.npos) << command;
-        const std::string section = manual.substr(start, manual.find("\n## ", start + 1) - start);
-        std::set<std::string> keys;
-        collect_keys(ask({command, "--json"}).json(), keys);
+        std::set<std::string> keys = keys_of(ask({command, "--json"}).json());
         EXPECT_GT(keys.size(), 3u);
         keys.erase("failures");
-        for (const std::string &key : keys) {
-            EXPECT_THAT(section, testing::ContainsRegex("[`.\\[]" + key + "[`.\\[]")) << command;
-        }
+        expect_named(keys, manual_section(command));
     }
 }
 
 TEST(Manual, NamesEverySetting) {
-    const std::string manual = config_files::read(MANUAL).value();
+    const std::string manual = boardctl_test::manual();
     const Json settings = ask({"config", "--json"}).json();
     for (const Json &row : settings["settings"]) {
         std::string name = row["name"];

@@ -6,16 +6,17 @@
 #include <cstdlib>
 #include <fstream>
 
-#include "boardctl/on_board.h"
+#include "boardctl/programs.h"
+#include "boardctl/texts.h"
 
+using boardctl_test::board_file;
 using boardctl_test::contents;
+using boardctl_test::expect_golden;
 using boardctl_test::Json;
 using boardctl_test::on_board;
 using boardctl_test::Outcome;
 
 namespace {
-
-std::string board_file(const std::string &name) { return BOARDS_DIR "/" + name + ".toml"; }
 
 // ---- what a person reads, whole ----
 
@@ -29,18 +30,12 @@ void PrintTo(const Golden &golden, std::ostream *out) { *out << golden.file; }
 
 class Goldens : public testing::TestWithParam<Golden> {};
 
-// With BOARDCTL_UPDATE_GOLDEN set the files are written anew.
 TEST_P(Goldens, Text) {
     const Golden &golden = GetParam();
     const Outcome outcome = on_board(board_file(golden.board), golden.command);
     EXPECT_EQ(outcome.status, golden.status) << outcome.err;
     EXPECT_EQ(outcome.err.empty(), golden.status == 0) << outcome.err;
-    const std::string path = std::string(GOLDEN_DIR "/") + golden.file + ".txt";
-    if (std::getenv("BOARDCTL_UPDATE_GOLDEN") != nullptr) {
-        std::ofstream(path) << outcome.out;
-    }
-    ASSERT_NE(contents(path), "") << path;
-    EXPECT_EQ(outcome.out, contents(path));
+    expect_golden(std::string(golden.file) + ".txt", outcome.out);
 }
 
 INSTANTIATE_TEST_SUITE_P(

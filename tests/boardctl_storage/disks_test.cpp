@@ -7,13 +7,17 @@
 #include <set>
 
 #include "boardctl/child.h"
+#include "boardctl/texts.h"
 #include "program.h"
 #include "support/backplane_rules.h"
 #include "support/scripted_platform.h"
 
 using boardctl_test::ask;
 using boardctl_test::contents;
+using boardctl_test::expect_named;
 using boardctl_test::Json;
+using boardctl_test::keys_of;
+using boardctl_test::manual_section;
 using boardctl_test::Outcome;
 using scripted::platform;
 using testing::HasSubstr;
@@ -503,43 +507,23 @@ TEST(Report, HasBoth) {
                                                     HasSubstr("\nDisks\n=====\n\nDisk bays\n")));
 }
 
-void collect_keys(const Json &value, std::set<std::string> &keys) {
-    if (value.is_object()) {
-        for (const auto &[key, inner] : value.items()) {
-            keys.insert(key);
-            collect_keys(inner, keys);
-        }
-    } else if (value.is_array()) {
-        for (const Json &inner : value) {
-            collect_keys(inner, keys);
-        }
-    }
-}
-
 TEST(Manual, NamesEveryKey) {
     write_labels();
     rules::set_bay(fit_empty(10, "bpfa"), 8, 1, 1);
     platform().bytes[{8, 0x72, 0x6A, 0}] =
         endpoint({6, 0xBB, 0xFF, 38, 3, 0, 0}, identity_of("S5KA0N0R100009"));
-    const std::string manual = contents(MANUAL);
     const std::pair<std::vector<std::string>, std::string> documents[] = {
         {{"backplanes", "--json"}, "backplanes"},
         {{"disks", "--json"}, "disks"},
         {{"disks", "custom", "1", "7", "--json"}, "disks"}};
     for (const auto &[command, section] : documents) {
-        const size_t start = manual.find("\n## " + section + "\n");
-        ASSERT_NE(start, manual.npos) << section;
-        const std::string text = manual.substr(start, manual.find("\n## ", start + 1) - start);
-        std::set<std::string> keys;
-        collect_keys(ask(command).json(), keys);
+        std::set<std::string> keys = keys_of(ask(command).json());
         EXPECT_GT(keys.size(), 5u);
         for (const char *defined_elsewhere :
              {"failures", "bus", "address", "switches", "channel"}) {
             keys.erase(defined_elsewhere);
         }
-        for (const std::string &key : keys) {
-            EXPECT_THAT(text, testing::ContainsRegex("[`.\\[]" + key + "[`.\\[]")) << section;
-        }
+        expect_named(keys, manual_section(section));
     }
 }
 
