@@ -7,8 +7,8 @@
  * from any thread. A null pointer is refused with -1 before any hardware access. Lists that claim
  * more entries than their type holds are read up to what it holds.
  *
- * Hardware accesses are counted as platform calls. Every message is a warning of module 56 unless
- * it only reports what was found.
+ * Hardware accesses are counted as platform calls. Messages are of module 56, warnings or
+ * information.
  */
 #ifndef BOARDFEATURES_PCIEID_ENUM_H
 #define BOARDFEATURES_PCIEID_ENUM_H
@@ -137,6 +137,7 @@ typedef struct pcieriser_list {
     uint32_t count;
     struct pcieriser_item items[PCIEID_MAX_RECORDS];
 } pcieriser_list;
+BF_ASSERT_SIZE(pcieriser_list, 6916);
 
 #define RETIMER_MAX_PORTS 4u
 
@@ -162,6 +163,7 @@ typedef struct retimer_list {
     uint32_t count;
     struct retimer_item items[PCIEID_MAX_RECORDS];
 } retimer_list;
+BF_ASSERT_SIZE(retimer_list, 3780);
 
 #define BPDEV_MAX_UPLINKS 16u
 #define BPDEV_MAX_DOWNSLOTS 32u
@@ -206,6 +208,7 @@ typedef struct bpdev_record_list {
     uint32_t count;
     struct bpdev_record items[PCIEID_MAX_RECORDS];
 } bpdev_record_list;
+BF_ASSERT_SIZE(bpdev_record_list, 32068);
 
 /* ---- backplanes ---- */
 
@@ -260,8 +263,9 @@ typedef struct bpdev_list {
 BF_ASSERT_SIZE(bpdev_list, 61828);
 
 /* ---- the board's metadata ----
- * Each getter copies its whole table, unused entries as zeroes. 0, or -1 for a null. No hardware
- * access unless said otherwise. */
+ * Each getter copies its whole table, unused entries as zeroes; those of the supported risers,
+ * backplane devices and retimers leave the entries beyond their count as they were. 0, or -1 for a
+ * null. No hardware access unless said otherwise. */
 
 BF_API int32_t board_get_max_cpu_count(void);       /* 2 */
 BF_API int32_t board_get_max_cpux1lane_count(void); /* 64 */
@@ -313,6 +317,7 @@ typedef struct PcieSlotRate {
     uint32_t slot;
     uint32_t rate; /* PCIe generation */
 } PcieSlotRate;
+BF_ASSERT_SIZE(PcieSlotRate, 8);
 typedef struct PcieSlotRateList {
     uint32_t count;
     PcieSlotRate entries[PCIE_SLOT_COUNT];
@@ -368,6 +373,7 @@ typedef struct pcieslot_list {
     uint32_t count;
     struct pcieslot_item items[PCIESLOT_MAX_ITEMS];
 } pcieslot_list;
+BF_ASSERT_SIZE(pcieslot_list, 15364);
 
 /* Expands the connectors into slots; a riser connector becomes the slots of the riser in it. One
  * whose riser is not known, or whose lanes or routes do not work out, is logged and left out.
@@ -494,8 +500,8 @@ typedef struct pcieid_workspace {
  * A card, cable or backplane that does not answer or fit is logged and left out.
  * 0; -1: null; a step's result when one fails as a whole (logged); *cfg is untouched then. `cfg`
  * may be the workspace's own result.
- * Accesses: an identifier read for each riser connector, slot and interface, 2 to 8 for the slot
- * bases, 2 a socket and 2 an uplink. */
+ * Accesses: an identifier read for each riser connector, PCIe slot and interface, 2 to 8 for the
+ * slot bases, 2 a socket and 2 an uplink. */
 BF_API int32_t pcieid_identify(pcieid_workspace *work, pciecfg_list *cfg);
 /* Identifies and stores the result in the flash when it holds anything else.
  * 0 also when nothing had to be stored; otherwise the result of pcieid_identify (nothing

@@ -32,8 +32,9 @@ std::vector<std::string> &warnings() {
 
 // The library warns of these as well.
 bool is_success(const std::string &text) {
-    for (const char *part : {"set GPO (to downstream)", "get GPO (from upstream)",
-                             "get GPI (from HW)", "inreg_val = ", " | CPU-"}) {
+    for (const char *part :
+         {"set GPO (to downstream)", "get GPO (from upstream)", "get GPI (from HW)",
+          "inreg_val = ", " | CPU-", "Found Backplane Device"}) {
         if (text.find(part) != std::string::npos && text.find("failed") == std::string::npos) {
             return true;
         }

@@ -200,6 +200,10 @@ TEST(HeaderEncode, FillsEveryByteAndReportsBothCrcs) {
     EXPECT_EQ(data.text, "pciecfg_v1_header_encode(@" + std::to_string(data.line) +
                              ") DATACRC=f18c. MSB=f1, LSB=8c.\n");
     const auto &head = platform().messages[1];
+    EXPECT_EQ(head.channel, "warn");
+    EXPECT_EQ(head.number, 56u);
+    EXPECT_EQ(head.source, "pciecfg_io");
+    EXPECT_EQ(head.function, "pciecfg_v1_header_encode");
     EXPECT_EQ(head.text, "pciecfg_v1_header_encode(@" + std::to_string(head.line) +
                              ") HDRCRC=cb37. MSB=cb, LSB=37.\n");
 }

@@ -157,10 +157,10 @@ TEST_F(BpDevices, InTheOrderOfTheInterfaces) {
     EXPECT_THAT(platform().calls, ElementsAre("ei2c_pca9535_get_word_value 7:0x20 0xFFFF",
                                               "ei2c_pca9535_get_word_value 3:0x20 0xFFFF"));
     EXPECT_THAT(said(), ElementsAre("info enum_bpdev bpdev_enum @, HWID(slot9) is 5460(H)\n",
-                                    "info enum_bpdev bpdev_enum @, Found Backplane Device @ "
+                                    "warn enum_bpdev bpdev_enum @, Found Backplane Device @ "
                                     "vSlot9, HWID is 5460(H)\n",
                                     "info enum_bpdev bpdev_enum @, HWID(slot5) is 5464(H)\n",
-                                    "info enum_bpdev bpdev_enum @, Found Backplane Device @ "
+                                    "warn enum_bpdev bpdev_enum @, Found Backplane Device @ "
                                     "vSlot5, HWID is 5464(H)\n"));
 }
 
@@ -186,7 +186,7 @@ TEST_F(BpDevices, ARecordThatDoesNotMergeGivesWayToTheNextOfItsId) {
     ASSERT_EQ(all.size(), 5u);
     EXPECT_EQ(all[3], "warn enum_bpdev merge_bpdev_with_mb2bpifc @, i2c_topo_merge()=-1\n");
     EXPECT_EQ(all[4],
-              "info enum_bpdev bpdev_enum @, Found Backplane Device @ vSlot5, HWID is "
+              "warn enum_bpdev bpdev_enum @, Found Backplane Device @ vSlot5, HWID is "
               "5464(H)\n");
 }
 

@@ -103,8 +103,11 @@ TEST(PcieSlots, NotSupportedByThisBoard) {
 TEST(RouteText, AllFields) {
     const I2cChipRoute route = {12, 0x27, 0xAB, 0x00700071, 0x00020005, "SLIMLINE IO"};
     char text[128];
+    std::memset(text, 'x', sizeof(text));
     i2c_to_string(&route, text, sizeof(text));
     EXPECT_STREQ(text, "  12      27      ab      700071       20005  SLIMLINE IO");
+    EXPECT_EQ(text[126], 'x');
+    EXPECT_EQ(text[127], '\0') << "the last byte ends the buffer, however short the text";
 }
 
 TEST(RouteText, WidestValues) {

@@ -36,7 +36,7 @@ int32_t bpdev_enum(const mb2bpifc_list *ifcs, const bpdev_record_list *metadata,
                 interfaces[out->count] = k;
             }
             ++out->count;
-            PCIEID_INFO("%s(@%d), Found Backplane Device @ vSlot%u, HWID is %04x(H)\n",
+            PCIEID_WARN("%s(@%d), Found Backplane Device @ vSlot%u, HWID is %04x(H)\n",
                         ifc.hwid_index, hwid);
             break;
         }
