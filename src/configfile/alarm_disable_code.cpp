@@ -98,6 +98,12 @@ void each_code(const char *text, Take take) {
     }
 }
 
+// What cannot be loaded is told by those who asked for it.
+bool load_codes(char (&text)[text_size]) {
+    const SettingsFile file(file_of(alarm_policy_file));
+    return file && file.load(alarm_codes[0], {}, text) != Loaded::failed;
+}
+
 void write_codes(char (&text)[text_size]) {
     std::size_t length = 0;
     text[0] = '\0';
@@ -259,7 +265,7 @@ int32_t IPMI_LoadAlarmReportDisable() {
     // Half of the list only: codes from the 65th on stay until others take their places.
     CodeList list(std::size(g_AlarmDisbleCode) / 2);
     char text[text_size];
-    if (load_settings(alarm_codes, {__func__}, {text}) != 0) {
+    if (!load_codes(text)) {
         return -1;
     }
     if (std::strcmp(text, alarm_codes[0].text) == 0) {

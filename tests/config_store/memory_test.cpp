@@ -57,6 +57,11 @@ TEST(AvailableMem, IsTheFirstLineWithTheLabelInMebibytes) {
 TEST(AvailableMem, LinesMayBeLong) {
     kernel_says(std::string(3000, 'x') + "\nMemAvailable: 2048 kB\n");
     EXPECT_EQ(available_mem(), 2);
+    // 1,023 characters at a time: a label that they cut is none
+    kernel_says(std::string(1010, 'x') + "MemAvailable: 2048 kB\n");
+    EXPECT_EQ(available_mem(), 0) << "its number is in the next piece";
+    kernel_says(std::string(1011, 'x') + "MemAvailable: 2048 kB\n");
+    EXPECT_EQ(available_mem(), -1);
 }
 
 TEST(AvailableMem, WithoutTheLineThereIsNoAnswer) {

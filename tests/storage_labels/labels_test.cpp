@@ -79,21 +79,19 @@ std::vector<uint8_t> bytes_of(const CustomDiskConfig &config) {
     return {bytes, bytes + sizeof(config)};
 }
 
-// Texts with line numbers as N.
+// Texts with the line number of their place, where they repeat it, as N.
 std::vector<std::string> texts() {
     std::vector<std::string> found;
     for (const scripted::Message &message : platform().messages) {
         EXPECT_EQ(message.source, source);
         std::string text = message.text;
-        if (const size_t line = text.find("line="); line != std::string::npos) {
-            text = text.substr(0, line + 5) + "N\n";
-        }
-        if (const size_t close = text.find(']'); text.starts_with("[") && close != text.npos) {
-            const size_t space = text.rfind(' ', close);
-            text = text.substr(0, space + 1) + "N" + text.substr(close);
-        }
-        if (const size_t load = text.find(": load "); load != std::string::npos) {
-            text = text.substr(0, text.find(' ') + 1) + "N" + text.substr(load);
+        const std::string line = std::to_string(message.line);
+        for (const auto &[before, after] :
+             {std::pair{"line=", "\n"}, {" ", "]"}, {" ", ": load "}}) {
+            if (const size_t at = text.find(before + line + after); at != text.npos) {
+                text.replace(at + std::strlen(before), line.size(), "N");
+                break;
+            }
         }
         found.push_back(text);
     }

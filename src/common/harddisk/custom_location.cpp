@@ -12,8 +12,18 @@
 
 static constexpr char log_source[] = "common/harddisk/harddisk_common_info";
 
-#define LOG_LOCATION(...) IDBG_LINUXAPP_DbgOut(bf::level_debug, __VA_ARGS__)
-#define TRACE_LOCATION(...) IDBG_LINUXAPP_Runtime_DbgOut(bf::level_runtime, __VA_ARGS__)
+// The texts name their line once more: log_line.
+#define LOG_LOCATION(text, ...)                                                                   \
+    do {                                                                                          \
+        const int log_line = __LINE__;                                                            \
+        IDBG_LINUXAPP_DbgOut(bf::level_debug, "[%s:%d]" text, log_source, log_line, __VA_ARGS__); \
+    } while (0)
+#define TRACE_LOCATION(text, ...)                                                             \
+    do {                                                                                      \
+        const int log_line = __LINE__;                                                        \
+        IDBG_LINUXAPP_Runtime_DbgOut(bf::level_runtime, "[%s:%d]" text, log_source, log_line, \
+                                     __VA_ARGS__);                                            \
+    } while (0)
 
 namespace {
 
@@ -37,25 +47,25 @@ uint8_t label_of(const bf::IniFile &file, uint32_t zone, uint32_t disk, const ch
 }
 
 void fill_cache(const bf::IniFile &file, const char *caller) {
-    cached = {};
+    CustomDiskConfig found = {};
     for (uint32_t zone = 0; zone < zones; ++zone) {
         for (uint32_t disk = 0; disk < disks_per_zone; ++disk) {
-            if (cached.count >= std::size(cached.entries)) {
-                LOG_LOCATION("[%s:%d][%s %d] HDD custom config is up to max(hddcustomcount=%d)",
-                             log_source, __LINE__, caller, __LINE__,
-                             static_cast<int>(cached.count));
+            if (found.count >= std::size(found.entries)) {
+                LOG_LOCATION("[%s %d] HDD custom config is up to max(hddcustomcount=%d)", caller,
+                             log_line, static_cast<int>(found.count));
                 break;
             }
             const uint8_t custom_zone = label_of(file, zone, disk, "customzone");
             const uint8_t custom_silk = label_of(file, zone, disk, "customslik");
             if (custom_zone != not_relabelled && custom_silk != not_relabelled) {
-                cached.entries[cached.count++] = {static_cast<uint8_t>(zone),
-                                                  static_cast<uint8_t>(disk), custom_zone,
-                                                  custom_silk};
+                found.entries[found.count++] = {static_cast<uint8_t>(zone),
+                                                static_cast<uint8_t>(disk), custom_zone,
+                                                custom_silk};
             }
         }
     }
-    cached.valid = cached.count != 0;
+    found.valid = found.count != 0;
+    cached = found;
     is_cached = true;
 }
 
@@ -63,8 +73,7 @@ int32_t release(bf::KeyLock &lock, const char *caller) {
     if (lock.release() == OAL_OK) {
         return 0;
     }
-    LOG_LOCATION("[%s:%d][%s %s %d]: unlock failed.", log_source, __LINE__, log_source, caller,
-                 __LINE__);
+    LOG_LOCATION("[%s %s %d]: unlock failed.", log_source, caller, log_line);
     return -1;
 }
 
@@ -93,26 +102,23 @@ int32_t HDD_COM_GetCustomConfig(CustomDiskConfig *config) {
     bf::KeyLock lock(location_semaphore, lock_wait_ms, bf::KeyLock::Semaphore::create);
     if (!lock) {
         if (lock.failed_step() == bf::KeyLock::Step::create) {
-            LOG_LOCATION("[%s:%d]sem create failed, line=%d\n", log_source, __LINE__, __LINE__);
+            LOG_LOCATION("sem create failed, line=%d\n", log_line);
         } else {
-            LOG_LOCATION("[%s:%d]sem lock failed, line=%d\n", log_source, __LINE__, __LINE__);
+            LOG_LOCATION("sem lock failed, line=%d\n", log_line);
         }
-        LOG_LOCATION("[%s:%d][%s %s %d]: lock failed.", log_source, __LINE__, log_source, __func__,
-                     __LINE__);
+        LOG_LOCATION("[%s %s %d]: lock failed.", log_source, __func__, log_line);
         return -1;
     }
     {
         const bf::IniFile file(VEL_IniLoadFile(location_file));
         if (!file) {
-            LOG_LOCATION("[%s:%d]%s %d: load %s failed.", log_source, __LINE__, __func__, __LINE__,
-                         location_file);
+            LOG_LOCATION("%s %d: load %s failed.", __func__, log_line, location_file);
             release(lock, __func__);
             return -1;
         }
         fill_cache(file, __func__);
         *config = cached;
-        LOG_LOCATION("[%s:%d][%s %d] HDD custom config init successful.", log_source, __LINE__,
-                     __func__, __LINE__);
+        LOG_LOCATION("[%s %d] HDD custom config init successful.", __func__, log_line);
     }
     return release(lock, __func__);
 }
@@ -126,38 +132,33 @@ int32_t HDD_COM_CustomSliktoVelSlik(uint8_t *zone, uint8_t *slot, uint32_t custo
     *slot = static_cast<uint8_t>(custom_slot);
     CustomDiskConfig config = {};
     if (HDD_COM_GetCustomConfig(&config) != 0) {
-        TRACE_LOCATION("[%s:%d][%s %d] fail to get custom hdd config.", log_source, __LINE__,
-                       __func__, __LINE__);
+        TRACE_LOCATION("[%s %d] fail to get custom hdd config.", __func__, log_line);
         return -1;
     }
     if (config.valid != 1) {
-        TRACE_LOCATION("[%s:%d][%s %d] there is no hdd custom config, just return.", log_source,
-                       __LINE__, __func__, __LINE__);
+        TRACE_LOCATION("[%s %d] there is no hdd custom config, just return.", __func__, log_line);
         return 0;
     }
     const uint32_t count =
         std::min<uint32_t>(config.count, static_cast<uint32_t>(std::size(config.entries)));
-    TRACE_LOCATION("[%s:%d][%s %d] start find custom zone%d-slot%d in custom config.", log_source,
-                   __LINE__, __func__, __LINE__, static_cast<int>(custom_zone),
-                   static_cast<int>(custom_slot));
+    TRACE_LOCATION("[%s %d] start find custom zone%d-slot%d in custom config.", __func__, log_line,
+                   static_cast<int>(custom_zone), static_cast<int>(custom_slot));
     for (uint32_t i = 0; i < count; ++i) {
         const SlotEntry &entry = config.entries[i];
-        TRACE_LOCATION(
-            "[%s:%d][%s %d] custom config %d : zone%d slik%d[custom_zone%d - custom_slik%d].",
-            log_source, __LINE__, __func__, __LINE__, static_cast<int>(i), entry.origin_zone,
-            entry.origin_disk, entry.custom_zone, entry.custom_silk);
+        TRACE_LOCATION("[%s %d] custom config %d : zone%d slik%d[custom_zone%d - custom_slik%d].",
+                       __func__, log_line, static_cast<int>(i), entry.origin_zone,
+                       entry.origin_disk, entry.custom_zone, entry.custom_silk);
         if (entry.custom_zone == custom_zone && entry.custom_silk == custom_slot) {
             *zone = entry.origin_zone;
             *slot = entry.origin_disk;
-            TRACE_LOCATION("[%s:%d][%s %d] find zone%d-slot%d in custom config[zone%d-slik%d].",
-                           log_source, __LINE__, __func__, __LINE__, static_cast<int>(custom_zone),
-                           static_cast<int>(custom_slot), entry.origin_zone, entry.origin_disk);
+            TRACE_LOCATION("[%s %d] find zone%d-slot%d in custom config[zone%d-slik%d].", __func__,
+                           log_line, static_cast<int>(custom_zone), static_cast<int>(custom_slot),
+                           entry.origin_zone, entry.origin_disk);
             return 0;
         }
     }
-    TRACE_LOCATION("[%s:%d][%s %d] do not find custom zone%d-slot%d in custom config.", log_source,
-                   __LINE__, __func__, __LINE__, static_cast<int>(custom_zone),
-                   static_cast<int>(custom_slot));
+    TRACE_LOCATION("[%s %d] do not find custom zone%d-slot%d in custom config.", __func__, log_line,
+                   static_cast<int>(custom_zone), static_cast<int>(custom_slot));
     return 0;
 }
 
