@@ -12,6 +12,13 @@
 #define BF_API
 #endif
 
+/* A record whose pointer has the alignment of its other fields, so that its size is stated once. */
+#if defined(__GNUC__)
+#define BF_PACKED_4 __attribute__((packed, aligned(4)))
+#else
+#define BF_PACKED_4
+#endif
+
 #ifdef __cplusplus
 #define BF_EXTERN_C_BEGIN extern "C" {
 #define BF_EXTERN_C_END }

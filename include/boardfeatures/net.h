@@ -87,10 +87,11 @@ BF_API int32_t OAL_CheckDnsIpv6Server(const char *first, const char *second);
 /* ---- domain names: 0 valid, -1 with a debug line that names the first rule broken ---- */
 
 /* Two to six labels of up to 63 letters, digits and hyphens, the first beginning with a letter or
- * digit, the last of letters only; 265 characters at most. */
+ * digit, the last of letters only; 265 characters at most, of which the first 263 are looked at.
+ * Empty labels are passed over; behind one the last label may be any. */
 BF_API int32_t OAL_VerifyDomain(const char *text);
 /* A directory service's: two to four labels, the whole beginning and ending with a letter, the last
- * label of up to 6 letters; 255 characters at most. */
+ * label of up to 6 letters; 255 characters at most. Empty labels count as above. */
 BF_API int32_t OAL_VerifyDomain_AD(const char *text);
 
 BF_EXTERN_C_END

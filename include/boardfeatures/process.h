@@ -13,15 +13,15 @@ typedef uint32_t (*OalThreadEntry)(uint32_t argument);
 #define OAL_THREAD_NAME_SIZE 32
 #define OAL_MIN_THREAD_STACK 16384u /* bytes */
 
-/* What a new thread is told; made by the creator, freed by the thread. */
-typedef struct OalThreadStart {
+/* What a new thread is told; made by the creator, freed by the thread. 60 bytes everywhere. */
+typedef struct BF_PACKED_4 OalThreadStart {
     OalThreadEntry entry; /* may be null */
     uint32_t argument;
     char name[OAL_THREAD_NAME_SIZE];
     uint32_t thread_id; /* filled in by the thread in its own copy */
-    uint32_t reserved[4];
+    uint8_t reserved[60 - sizeof(OalThreadEntry) - 4 - OAL_THREAD_NAME_SIZE - 4];
 } OalThreadStart;
-BF_ASSERT_SIZE_32(OalThreadStart, 60);
+BF_ASSERT_SIZE(OalThreadStart, 60);
 
 /* Starts a detached real-time (SCHED_FIFO) thread. The stack is OAL_MIN_THREAD_STACK at least; the
  * kernel keeps the first 15 characters of the name. *id, which may be null, is the low 32 bits of

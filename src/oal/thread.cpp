@@ -60,12 +60,14 @@ int32_t oal_create_thread(const char *name, int32_t priority, uint32_t stack, Oa
     parameters.sched_priority = priority;
     pthread_attr_setinheritsched(&attributes, PTHREAD_EXPLICIT_SCHED);
     pthread_attr_setschedpolicy(&attributes, SCHED_FIFO);
-    pthread_attr_setschedparam(&attributes, &parameters);
+    int result = pthread_attr_setschedparam(&attributes, &parameters);
     pthread_attr_setstacksize(&attributes, std::max(stack, OAL_MIN_THREAD_STACK));
     pthread_attr_setdetachstate(&attributes, PTHREAD_CREATE_DETACHED);
 
     pthread_t thread;
-    const int result = pthread_create(&thread, &attributes, oal_thread_entry, record);
+    if (result == 0) {  // or the thread would have its creator's priority
+        result = pthread_create(&thread, &attributes, oal_thread_entry, record);
+    }
     const int error = errno;
     pthread_attr_destroy(&attributes);
     if (result != 0) {

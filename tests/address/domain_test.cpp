@@ -1,4 +1,5 @@
 // The two checks of domain names, compared with their rules over generated texts.
+#include <dlfcn.h>
 #include <unistd.h>
 
 #include <cstring>
@@ -16,6 +17,26 @@ void PrintTo(const Verdict &verdict, std::ostream *out) {
     *out << verdict.result << " '" << verdict.logged << "' '" << verdict.printed << "'";
 }
 }  // namespace domain_model
+
+// The platform's bounded copies: what they are asked, and a result that must not matter.
+namespace {
+struct Copy {
+    size_t dest_size = 0;
+    size_t count = 0;
+    bool operator==(const Copy &) const = default;
+} host_copy, directory_copy;
+}  // namespace
+
+extern "C" {
+#define OBSERVED_COPY(name, seen)                                                                \
+    int name(char *dest, size_t dest_size, const char *src, size_t count) {                      \
+        seen = {dest_size, count};                                                               \
+        reinterpret_cast<decltype(&name)>(dlsym(RTLD_NEXT, #name))(dest, dest_size, src, count); \
+        return 34;                                                                               \
+    }
+OBSERVED_COPY(vel_strncpy_s, host_copy)
+OBSERVED_COPY(strncpy_s, directory_copy)
+}
 
 namespace {
 
@@ -98,6 +119,13 @@ private:
 };
 
 }  // namespace
+
+TEST(Domains, AreCopiedIntoABound) {
+    EXPECT_EQ(OAL_VerifyDomain("a.b"), 0);
+    EXPECT_EQ(host_copy, (Copy{264, 264}));
+    EXPECT_EQ(OAL_VerifyDomain_AD("a.b"), 0);
+    EXPECT_EQ(directory_copy, (Copy{256, 256}));
+}
 
 // ---- the stated edges, written out ----
 

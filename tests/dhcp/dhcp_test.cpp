@@ -151,6 +151,25 @@ TEST_F(Dhcp, CommandOfTheClient) {
     EXPECT_EQ(fs::read_symlink("/proc/" + std::to_string(client_) + "/exe").filename(), "busybox");
 }
 
+// The client has a rule of its own for them.
+TEST_F(Dhcp, LongInterfaceNameIsHandedOn) {
+    libc_layer::layer().fail_with = [](const std::string &call) {
+        return call.starts_with("execl") ? EIO : 0;
+    };
+    const pid_t parent = getpid();
+    const libc_layer::Watch watch;
+    const int32_t child = OAL_StartDhcp("management-port-0001", "bmc");
+    if (getpid() != parent) {
+        const auto calls = libc_layer::layer().calls_of("execl /bin/busybox");
+        _exit(calls.size() == 1 && calls[0].find(" -i management-port-0001 ") != std::string::npos
+                  ? 42
+                  : 1);
+    }
+    int status = 0;
+    ASSERT_EQ(waitpid(child, &status, 0), child);
+    EXPECT_EQ(WEXITSTATUS(status), 42);
+}
+
 TEST_F(Dhcp, LongHostNameIsCut) {
     // 75 bytes hold the option's name, 65 characters and the end.
     for (const size_t length : {65u, 66u, 75u, 500u}) {

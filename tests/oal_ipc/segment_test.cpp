@@ -153,6 +153,17 @@ TEST_F(CreatMemResource1, HandsOutNewZeroedMemory) {
     EXPECT_EQ(semaphore_value(), 1);
 }
 
+// Also when another process was quicker than the zeroing.
+TEST_F(CreatMemResource1, ZeroesWhatIsThere) {
+    layer().before = [](const std::string &call) {
+        if (call.starts_with("shmat")) {
+            fill_segment('x');
+        }
+    };
+    EXPECT_EQ(create(64), 0u);
+    EXPECT_EQ(std::string(static_cast<char *>(address_), 64), std::string(64, '\0'));
+}
+
 TEST_F(CreatMemResource1, LeavesExistingMemoryAlone) {
     make_segment(64);
     fill_segment('y');

@@ -27,8 +27,11 @@
 #define COUNTS_MALLOC 1
 std::atomic<bool> refuse_records = false;
 std::atomic<long> records = 0;
+std::atomic<void *> last_record = nullptr;
+std::atomic<bool> last_record_freed = false;
 extern "C" {
 void *__libc_malloc(size_t size);
+void __libc_free(void *block);
 // Start records are told by their size; everything else is libc's business.
 void *malloc(size_t size) {
     if (size == sizeof(OalThreadStart)) {
@@ -37,8 +40,16 @@ void *malloc(size_t size) {
             return nullptr;
         }
         ++records;
+        last_record_freed = false;
+        return last_record = __libc_malloc(size);
     }
     return __libc_malloc(size);
+}
+void free(void *block) {
+    if (block != nullptr && block == last_record) {
+        last_record_freed = true;
+    }
+    __libc_free(block);
 }
 }
 #endif
@@ -280,18 +291,44 @@ TEST_F(Threads, ThatCannotBeCreated) {
     };
     for (const auto &row : rows) {
         uint32_t id = 0xA5A5A5A5;
-        errno = 0;
         const std::string said = said_by([&] {
+            errno = ENOTTY;  // libc answers the error and leaves errno alone
             EXPECT_EQ(oal_create_thread("t", row.priority, row.stack, look_around, 0, &id),
                       row.result)
                 << row.what;
         });
         EXPECT_THAT(said, testing::MatchesRegex("line:[0-9]+, func:oal_create_thread\\(\\), "
-                                                "retval=22, errno=[0-9]+, [A-Z].*\n"));
+                                                "retval=22, errno=25, Inappropriate ioctl for "
+                                                "device\n"));
         EXPECT_EQ(id, 0xA5A5A5A5u);
+#ifdef COUNTS_MALLOC
+        EXPECT_FALSE(last_record_freed) << "it stays";
+#endif
     }
     EXPECT_EQ(seen.times, 0);
     EXPECT_TRUE(alone());
+}
+
+namespace {
+std::atomic<int> refused = 0;
+uint32_t create_from_here(uint32_t) {
+    for (const int priority : {0, -1, 100}) {
+        refused +=
+            oal_create_thread("t", priority, 65536, look_around, 0, nullptr) == EINVAL ? 1 : 0;
+    }
+    return 0;
+}
+}  // namespace
+
+// A priority that there is not does not become the creator's.
+TEST_F(Threads, ThatCannotBeCreatedByARealTimeThread) {
+    WITHOUT_LEAK_CHECK;
+    said_by([] {
+        EXPECT_EQ(oal_create_thread("creator", 50, 1048576, create_from_here, 0, nullptr), 0);
+        EXPECT_TRUE(comes_true([] { return refused == 3; }));
+        EXPECT_TRUE(alone());
+    });
+    EXPECT_EQ(seen.times, 0);
 }
 
 TEST_F(Threads, WithoutTheRightToRealTime) {
@@ -330,5 +367,6 @@ TEST_F(Threads, RecordIsOneBlock) {
     EXPECT_EQ(oal_create_thread("t", 1, 65536, nullptr, 0, nullptr), 0);
     EXPECT_EQ(records, before + 1);
     EXPECT_TRUE(alone());
+    EXPECT_TRUE(last_record_freed);
 }
 #endif
