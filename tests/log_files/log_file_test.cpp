@@ -89,6 +89,20 @@ TEST_F(Logs, FileThatCannotBeOpened) {
     EXPECT_EQ(libc_layer::open_descriptors(), descriptors);
 }
 
+TEST_F(Logs, LineThatCannotBeWritten) {
+    write(path, "before\n");
+    layer().transfers = true;
+    layer().fail_with = [](const std::string &call) { return call == "write" ? EIO : 0; };
+    const size_t descriptors = libc_layer::open_descriptors();
+    {
+        const Watch watch;
+        EXPECT_EQ(OAL_Log2File(path, 7, "x"), 0);
+        EXPECT_FALSE(layer().calls_of("write").empty());
+    }
+    EXPECT_EQ(text_of(path), "before\n");
+    EXPECT_EQ(libc_layer::open_descriptors(), descriptors);
+}
+
 TEST_F(Logs, FullDisk) {
     const size_t descriptors = libc_layer::open_descriptors();
     EXPECT_EQ(OAL_Log2File("/dev/full", 7, "x"), 0);  // the line is lost, nothing else

@@ -327,6 +327,57 @@ TEST_F(OperationLog, EveryCallOfATrimFailing) {
     }
 }
 
+// What cannot be read ends the copy, what cannot be written is missing in it; neither is said.
+TEST_F(OperationLog, EveryTransferFailing) {
+    const std::string text = numbered_lines(3500, 600);
+    const size_t descriptors = libc_layer::open_descriptors();
+    const auto trim = [&](const char *failing, size_t number) {
+        start_over();
+        write(path, text);
+        layer().transfers = true;
+        size_t transfers = 0;
+        layer().fail_with = [&](const std::string &call) {
+            return call == failing && ++transfers == number ? EIO : 0;
+        };
+        {
+            const Watch watch;
+            Unified_Check_OperationLog();
+        }
+        EXPECT_THAT(messages(), IsEmpty());
+        EXPECT_FALSE(fs::exists(copy));
+        EXPECT_EQ(libc_layer::open_descriptors(), descriptors);
+        return transfers;
+    };
+    for (const char *failing : {"read", "write"}) {
+        const size_t transfers = trim(failing, 0);
+        EXPECT_EQ(lines_of(path).size(), 500u);
+        ASSERT_GT(transfers, 10u);
+        size_t shortest = text.size();
+        for (const size_t number : {size_t{1}, transfers / 2, transfers - 1}) {
+            trim(failing, number);
+            const std::string left = text_of(path);
+            EXPECT_LT(left.size(), 500u * 600u) << failing << " " << number;
+            shortest = std::min(shortest, left.size());
+        }
+        EXPECT_EQ(shortest == 0, failing == std::string("read"));
+    }
+}
+
+TEST_F(OperationLog, AnAppendThatFailsIsLostAlone) {
+    write(path, "before\n");
+    layer().transfers = true;
+    layer().fail_with = [](const std::string &call) { return call == "write" ? EIO : 0; };
+    const size_t descriptors = libc_layer::open_descriptors();
+    {
+        const Watch watch;
+        EXPECT_EQ(Unified_Operation_Log2File("x"), 0);
+        EXPECT_EQ(layer().calls_of("write").size(), 1u);
+    }
+    EXPECT_EQ(text_of(path), "before\n");
+    EXPECT_THAT(messages(), IsEmpty());
+    EXPECT_EQ(libc_layer::open_descriptors(), descriptors);
+}
+
 // ---- several processes ----
 
 namespace {

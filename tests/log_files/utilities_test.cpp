@@ -147,6 +147,8 @@ TEST_F(Logs, CpuUsageOfEachRound) {
         {"", "cpu  2 3 4 5 6 7 8"},
         {"cpu " + most + most + most + most + most + most + most, "cpu  1 1 1 1 1 1 1"},
         {"cpu  0 0 0 0 0 0 0", "cpu  0 0 0 3 0 0 0"},
+        // 127 characters are read: the last counter ends in their midst
+        {"cpu  0 0 0 0 0 0 0", "cpu  0 0 0 8 0 0" + std::string(127 - 16 - 1, ' ') + "24"},
     };
     constexpr size_t failing_select = 1;
     const char stat[] = "/var/stat";
@@ -178,10 +180,30 @@ TEST_F(Logs, CpuUsageOfEachRound) {
                                             "cpu use3 = 0\\.00\n"
                                             "cpu use7 = .*\n"
                                             "cpu use8 = 0\\.00\n"
+                                            "cpu use9 = 20\\.00\n"
                                             "open /proc/stat error!!!"));
     EXPECT_THAT(messages(), ElementsAre("cpu usage select failed!"));
     EXPECT_EQ(libc_layer::open_descriptors(), descriptors);
     EXPECT_THAT(layer().calls_of("select"), testing::Each("select 0 1.000000"));
+}
+
+TEST_F(Logs, CpuUsageOfWhatCannotBeRead) {
+    size_t round = 0;
+    layer().transfers = true;
+    layer().fail_with = [&](const std::string &call) {
+        if (call == "fclose") {
+            ++round;
+        }
+        return call == "read" || (call.starts_with("fopen") && round == 1) ? EIO : 0;
+    };
+    const size_t descriptors = libc_layer::open_descriptors();
+    EXPECT_EQ(said_by([] {
+                  const Watch watch;
+                  vel_CpuUsage();
+              }),
+              "open /proc/stat error!!!");
+    EXPECT_EQ(layer().calls_of("read").size(), 2u);  // before and after the second
+    EXPECT_EQ(libc_layer::open_descriptors(), descriptors);
 }
 
 TEST_F(Logs, CpuUsageOfThisMachine) {

@@ -16,7 +16,8 @@ char sixteen[16];
 
 struct Subject {
     const char *name;
-    // The calls and the last four digits of the code when the call fails; a failed close is none.
+    // The calls and the last four digits of the code when the call fails; a failed close is none,
+    // and a table that cannot be read is one without a route.
     const char *calls;
     std::function<uint32_t()> call;
 };
@@ -39,12 +40,12 @@ const Subject subjects[] = {
      [] { return OAL_GetEthMask(port, sixteen); }},
     {"SetEthMask", "socket=8001 SIFNETMASK=8109 close",
      [] { return OAL_SetEthMask(port, "255.255.255.0"); }},
-    {"GetEthGateWay", "fopen=8001 fclose", [] { return OAL_GetEthGateWay(port, sixteen); }},
+    {"GetEthGateWay", "fopen=8001 read fclose", [] { return OAL_GetEthGateWay(port, sixteen); }},
     {"SetEthGateWay", "socket=8001 ADDRT=8106 close",
      [] { return OAL_SetEthGateWay(port, "10.1.1.5"); }},
     {"DelEthGateWay", "socket=8001 DELRT=8106 close",
      [] { return OAL_DelEthGateWay(port, "10.1.1.2"); }},
-    {"DelAllEthGateWays", "fopen=8001 fclose socket=8001 DELRT=8106 DELRT=8106 close",
+    {"DelAllEthGateWays", "fopen=8001 read read fclose socket=8001 DELRT=8106 DELRT=8106 close",
      [] { return OAL_DelEthGateWay(port, ""); }},
     {"GetEthMTU", "socket=8001 GIFMTU=8105 close", [] { return OAL_GetEthMTU(port, &mtu); }},
 };
@@ -86,6 +87,7 @@ protected:
         add_default("10.1.1.2", 0);
         add_default("10.1.1.3", 1);
         libc_layer::layer().clear();
+        libc_layer::layer().transfers = true;
     }
     static uint32_t run() {
         testing::internal::CaptureStdout();

@@ -235,6 +235,8 @@ TEST(RouteTable, LinesOfAnotherFormArePassedOver) {
          true},
         {"no text", heading + std::string("\xFF\xFE\x80\x01\x1B", 5) + "\n" + good, "10.1.1.2",
          true},
+        {"a line beyond the buffer ends with it",
+         heading + std::string(255, 'e') + "eth0\t0\t0701010A\t3\n", "10.1.1.7", true},
         {"a heading beyond the buffer ends with it",
          std::string(255, 'h') + "eth0\t0\t0601010A\t3\n", "10.1.1.6", true},
     };

@@ -102,10 +102,14 @@ int record(const std::string &call) {
     return error;
 }
 
+bool is_covered(const void *caller) {
+    return watches.load() != 0 && !inside && !is_foreign(caller);
+}
+
 // Asks the script, then libc. The text is made only when someone watches.
 template <typename Text, typename Real>
 auto through(const void *caller, std::invoke_result_t<Real> failed, Text text, Real real) {
-    if (watches.load() == 0 || inside || is_foreign(caller)) {
+    if (!is_covered(caller)) {
         return real();
     }
     const int before = errno;
@@ -208,6 +212,30 @@ std::string ioctl_text(unsigned long request, const void *argument) {
         default:
             return text_of("0x%lX", request);
     }
+}
+
+// A stream over another one, which lets its transfers through or not. libc calls these, on behalf
+// of what is tested.
+FILE *with_covered_transfers(FILE *file, const char *mode) {
+    cookie_io_functions_t functions = {};
+    functions.read = [](void *stream, char *bytes, size_t size) {
+        return through(
+            nullptr, ssize_t{-1}, [] { return std::string("read"); },
+            [&] { return read(fileno(static_cast<FILE *>(stream)), bytes, size); });
+    };
+    functions.write = [](void *stream, const char *bytes, size_t size) {
+        return through(
+            nullptr, ssize_t{0}, [] { return std::string("write"); },
+            [&] { return write(fileno(static_cast<FILE *>(stream)), bytes, size); });
+    };
+    functions.seek = [](void *stream, off64_t *offset, int origin) {
+        *offset = lseek64(fileno(static_cast<FILE *>(stream)), *offset, origin);
+        return *offset < 0 ? -1 : 0;
+    };
+    functions.close = [](void *stream) {
+        return libc<decltype(&::fclose)>("fclose")(static_cast<FILE *>(stream));
+    };
+    return fopencookie(file, mode, functions);
 }
 
 std::string text_or_null(const char *text) { return text == nullptr ? "(null)" : text; }
@@ -479,9 +507,12 @@ int munmap(void *address, size_t length) noexcept {
 }
 
 FILE *fopen(const char *path, const char *mode) {
-    return through(
+    FILE *file = through(
         CALLER, static_cast<FILE *>(nullptr), [&] { return text_of("fopen %s %s", path, mode); },
         [&] { return LIBC(fopen)(path_for(path).c_str(), mode); });
+    return file != nullptr && layer().transfers && is_covered(CALLER)
+               ? with_covered_transfers(file, mode)
+               : file;
 }
 
 int fclose(FILE *file) {

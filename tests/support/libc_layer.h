@@ -32,6 +32,8 @@ struct Layer {
     std::function<int(const std::string &call)> fail_with;  // an errno, 0 to let the call pass
     std::function<void(const std::string &call)> before;    // runs before the call, unrecorded
     std::map<std::string, std::string> redirected;          // opens of a path open another one
+    // Streams opened meanwhile have what they transfer covered too: "read", "write".
+    bool transfers = false;
 
     // ---- what happened ----
     // e.g. "semget 4129 1 0x7B6", "semop 4129 0:-1:0x1800", "shmat 4129 0x1000"; System V ids are
