@@ -354,8 +354,9 @@ BF_API int32_t GetFlangeBUS(void); /* 13 */
  * read (0 or positive); -1 for a null or a failed read, *flag is 0 then. One I2C read. */
 BF_API int32_t I2C_GetLiquidFlangecardFlag(uint8_t *flag);
 BF_API int32_t I2C_GetLiquidCoolingFlag(uint8_t *flag);
-/* The leak sensor, in the same form. A sensor is of one of two kinds; the flag of the other kind is
- * always 0: leakage, a break of the sensing line, and no sensing line. One I2C read. */
+/* The leak sensor, in the same form: leakage, a break of the sensing line, and no sensing line. A
+ * sensor is of one of two kinds: of the first two flags that of the other kind is always 0. One I2C
+ * read. */
 BF_API int32_t I2C_GetLiquidLeakageFlag(uint8_t *flag);
 BF_API int32_t I2C_GetLiquidLeakageLineFlag(uint8_t *flag);
 BF_API int32_t I2C_GetLiquidLeakageLineAbsentFlag(uint8_t *flag);

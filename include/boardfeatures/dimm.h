@@ -2,8 +2,9 @@
  * labels that people see.
  *
  * The labels depend on the customer identity: the first look-up of the process reads the main
- * board's identifier and the customer identity file once and keeps the choice; a change needs a
- * restart of the process. Apart from that there is no hardware access.
+ * board's identifier and the customer identity file (IPMI_LoadCustomID, which saves it again) once
+ * and keeps the choice; a change needs a restart of the process. Apart from that there is no
+ * hardware access.
  */
 #ifndef BOARDFEATURES_DIMM_H
 #define BOARDFEATURES_DIMM_H

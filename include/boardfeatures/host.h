@@ -139,9 +139,10 @@ BF_API int32_t GetRaidCardI2cInfo(uint32_t raid_index, I2cChipRoute *route);
 BF_API int32_t GetRaidCardSlotId(uint32_t raid_index, uint8_t *slot_id);
 /* The PCIe slot of RAID card 1..11 (0 for the on-board one); 13 for any other index. */
 BF_API int32_t GetRaidCardPCIeSlot(uint32_t raid_index);
-/* The out-of-band switch in /conf/vel/outband_storage_switch.ini. Each writes an audit line.
- * 0, or -1 when the file cannot be loaded or saved; a failed get writes nothing to *value, a file
- * without the entry answers 1. One file read; a set rewrites the file. */
+/* The out-of-band switch in /conf/vel/outband_storage_switch.ini. A set that loads the file and a
+ * get that cannot write an audit line. 0, or -1 when the file cannot be loaded or saved; a failed
+ * get writes nothing to *value, a file without the entry answers 1. One file read; a set rewrites
+ * the file. */
 BF_API int32_t SetRaidCardOOBSwitch(uint32_t value);
 BF_API int32_t GetRaidCardOOBSwitch(uint32_t *value);
 BF_API int32_t GetRaidCardBoardOOBSwitchDefVal(void);    /* 1 */

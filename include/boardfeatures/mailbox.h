@@ -24,8 +24,9 @@ BF_API int32_t GetSmbusNetCardI2cInfo(int32_t index, I2cChipRoute *route);
 /* ---- the exchange ---- */
 
 /* Sends a request to the card in a PCIe slot (1..10) and waits for its answer, 100 ms at most.
- * The three command bytes belong to the card's command set. A request may be null; one of no
- * bytes is still written, of more than MOORING_DATA_MAX bytes the first that many are. The response
+ * The three command bytes belong to the card's command set; of them and of the request's length the
+ * low 8 bits count. A request may be null; one of no bytes is still written, of more than
+ * MOORING_DATA_MAX bytes the first that many are. The response
  * buffer holds MOORING_DATA_MAX bytes; an answer of no or of more bytes leaves it and
  * *response_length as they were.
  * 0, or -1 with messages: null response, no such slot, the semaphore not taken within 3 s, a failed

@@ -59,7 +59,7 @@ BF_ASSERT_SIZE(VrRow, 76);
 
 /* The rails of this main board: *first is the first row, null when there is none. Returns how many
  * rows follow each other from there: 14, 0 for an unknown BOM id, 0 for a null. One identifier read
- * in the process's first call, none later. */
+ * in the first call of a process that has not chosen its rows yet, none later. */
 BF_API int32_t GetPemVRInfoBy9548(const struct VrRow **first);
 /* Selects the rows anew. Returns 0. One identifier read. */
 BF_API int32_t reinit_different_bomid_vr_info(void);

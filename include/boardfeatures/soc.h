@@ -24,8 +24,8 @@ BF_API int32_t ReadSCU3CInfoFromShm(uint32_t *value);
 BF_API int32_t WriteSCU3CInfoInShm(uint32_t value);
 /* The reset-status register as this boot left it, 0 when it cannot be obtained. The first call of a
  * boot, in whichever process, reads the register, clears it under the protection register's
- * key and reads it again (two reads, three writes; one read when that fails); later calls make no
- * hardware access. A failure is logged and printed on standard output. */
+ * key and reads it again (two reads, three writes; one read when that fails); once it was not 0,
+ * later calls make no hardware access. A failure is logged and printed on standard output. */
 BF_API uint32_t VEL_readSCU3C(void);
 /* 1 when this boot began with AC power coming on, else 0. As VEL_readSCU3C. */
 BF_API int32_t VEL_PDKIsACPowerOn(void);

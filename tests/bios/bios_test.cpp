@@ -426,6 +426,34 @@ TEST(BiosCode, NamesBeginWithTheItems) {
     EXPECT_EQ(code_of(std::string(100, 'x'), "Enabled").completion, 0xC7);
 }
 
+// Name and text are fields of 32 bytes, which they may fill to the end.
+TEST(BiosCode, FieldsNeedNoEnd) {
+    const struct {
+        std::string name, text;
+        int32_t result;
+    } rows[] = {
+        {"NUMA" + std::string(28, 'x'), "Enabled", 1},
+        {"NUMA", "Enabled" + std::string(25, 'x'), -1},
+        {"PxeRetryCount", "7" + std::string(31, 'x'), 0},
+        {"PxeRetryCount" + std::string(19, 'x'), std::string(32, ' '), -1},
+        {std::string(32, 'x'), std::string(32, 'x'), -1},
+    };
+    for (const auto &row : rows) {
+        std::vector<char> name(row.name.begin(), row.name.end());
+        std::vector<char> text(row.text.begin(), row.text.end());
+        name.resize(32);
+        text.resize(32);
+        name.shrink_to_fit();
+        text.shrink_to_fit();
+        const uint8_t request[3] = {};
+        const char *unused = nullptr;
+        uint8_t completion = 0xA5;
+        EXPECT_EQ(BIOSInfoHandleFlag2(request, &unused, name.data(), text.data(), &completion),
+                  row.result)
+            << row.name << " = " << row.text;
+    }
+}
+
 // ---- the dispatcher ----
 
 TEST(BiosInfoHandle, AsksTheRightQuestion) {

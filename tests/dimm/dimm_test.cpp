@@ -460,7 +460,7 @@ TEST(MemoryEvents, AllPairs) {
                 ASSERT_TRUE(label.holds(position ? sockets()[*position].label : "")) << label.bytes;
             }
             // Types whose low nibble is not 5 are the same question.
-            const uint32_t type = data3 * 16 + data2 % 5;
+            const uint32_t type = data3 * 16 + (data2 % 16 == 5 ? 4 : data2 % 16);
             ASSERT_EQ(GetDimmNumByBiosSelInfo(type, data2, data3), number);
             ASSERT_EQ(GetDimmCardIndexByBiosSelInfo(type, data2, data3), card);
 
@@ -519,6 +519,11 @@ TEST(PackedLocation, AllBytes) {
                       position ? static_cast<int32_t>(*position) + 1 : 0);
             EXPECT_EQ(GetDimmCardIndexByBiosSelInfo(type, 0xFF, location), position ? 255 : 0);
         }
+        // Each of the eight questions looks for the place, if the channel is one at all.
+        EXPECT_EQ(
+            platform().texts(),
+            std::vector<std::string>(position || bios_channel >= 8 ? 0 : 8, no_such_place(slot)));
+        platform().clear_record();
     }
     EXPECT_THAT(platform().calls, IsEmpty());
 }
@@ -528,5 +533,7 @@ TEST(PackedLocation, OnlyTypesWithLowNibbleFive) {
     constexpr uint32_t location = 0x5D;
     for (uint32_t type = 0; type < 256; ++type) {
         EXPECT_EQ(GetDimmNumByBiosSelInfo(type, 0, location), type % 16 == 5 ? 20 : 42) << type;
+        // Slot 3, which there is not, as a packed location; a direct number otherwise.
+        EXPECT_EQ(GetDimmCardIndexByBiosSelInfo(type, 0, 0x03), type % 16 == 5 ? 0 : 255) << type;
     }
 }

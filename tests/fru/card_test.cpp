@@ -89,6 +89,9 @@ TEST(CardFru, IsReadAndWrittenInTheEeprom) {
         platform().clear_record();
         uint8_t bytes[4] = {};
         ASSERT_EQ(FruRead(card.key, 8, bytes, 3), 3);
+        FruRow row = {};
+        ASSERT_EQ(GetFruI2cinfoBySlotID(card.key, &row), 0);
+        EXPECT_TRUE(scripted::same_route(platform().routes.back(), row.route));
         const auto bus = static_cast<uint8_t>(std::stoul(card.place));
         EXPECT_THAT(bytes, ElementsAre(8 ^ bus, 9 ^ bus, 10 ^ bus, 0));
         EXPECT_EQ(platform().calls,

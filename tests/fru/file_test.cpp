@@ -275,12 +275,14 @@ struct Step {
     const char *call;
     const char *text;
     int32_t result;
-    size_t calls;  // made in all
+    int calls;  // made in all but the transfers
 };
+bool is_transfer(const std::string &call) { return call == "read" || call == "write"; }
 // EIO is 5. A failed close gives the file back all the same.
 constexpr Step steps[] = {
     {"fopen", "open file /resvz/firmware/FRU/FRU.BIN failed, errno = 5", -1, 1},
     {"fseek", "file seek failed, ret = -1\n", 0, 3},
+    {"transfer", "file read error, really read buffer len = 0, expect read buffer len = 2\n", 0, 3},
     {"fclose", "close file failed, errno = 5\n", -1, 3},
 };
 
@@ -294,13 +296,16 @@ TEST(MainBoardFru, EachFailingStep) {
             SCOPED_TRACE(testing::Message() << step.call << (writes ? " of a write" : ""));
             platform().clear_record();
             layer().clear();
+            layer().transfers = true;
             layer().fail_with = [&](const std::string &call) {
-                return call.starts_with(step.call) ? EIO : 0;
+                return (is_transfer(call) ? "transfer" : call).starts_with(step.call) ? EIO : 0;
             };
             uint8_t bytes[2] = {0xA5, 0xA5};
             const int32_t result = writes ? write_watched(4, bytes, 2) : read_watched(4, bytes, 2);
             EXPECT_EQ(result, step.result);
-            EXPECT_EQ(layer().calls.size(), step.calls);
+            EXPECT_EQ(std::count_if(layer().calls.begin(), layer().calls.end(),
+                                    [](const std::string &call) { return !is_transfer(call); }),
+                      step.calls);
             EXPECT_EQ(libc_layer::open_descriptors(), descriptors);
             expect_error(writes ? "vel_fru_file_write" : "vel_fru_file_read", step.text);
             // Only a close fails after the transfer.
@@ -326,7 +331,14 @@ TEST(MainBoardFru, AShortReadWhoseCloseFails) {
 TEST(MainBoardFru, AnOffsetBeyondEverything) {
     store(numbered(4));
     uint8_t byte = 0xA5;
-    EXPECT_EQ(FruRead(main_board, UINT32_MAX, &byte, 1), 0);
+    for (const uint32_t offset : {0x80006000u, 0xFFFF0000u, UINT32_MAX}) {
+        platform().clear_record();
+        EXPECT_EQ(FruRead(main_board, offset, &byte, 1), 0);
+        expect_error("vel_fru_file_read", "file seek failed, ret = -1\n");
+        platform().clear_record();
+        EXPECT_EQ(FruWrite(main_board, offset, &byte, 1), 0);
+        expect_error("vel_fru_file_write", "file seek failed, ret = -1\n");
+    }
     EXPECT_EQ(byte, 0xA5);
-    EXPECT_EQ(platform().messages.size(), 1u);
+    EXPECT_EQ(stored(), numbered(4));
 }

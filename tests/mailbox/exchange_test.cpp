@@ -622,6 +622,39 @@ TEST_F(Exchange, AFailedExchangeNamesTheSlot) {
     EXPECT_THAT(platform().calls, IsEmpty());
 }
 
+// Only the address of the card's route becomes the mailbox's.
+TEST_F(Exchange, TheRestOfTheCardsRouteStays) {
+    card.answer = counted(1);
+    uint8_t response[MOORING_DATA_MAX], length = 0;
+    for (uint32_t slot = 1; slot <= 10; ++slot) {
+        platform().clear_record();
+        I2cChipRoute route = {};
+        EXPECT_EQ(GetSmbusNetCardI2cInfo(static_cast<int32_t>(slot) - 1, &route), 0);
+        EXPECT_NE(route.name[0], '\0');
+        route.address = 0x50;
+        EXPECT_EQ(VEL_Mooring_SendGetMsgFromPier(slot, 1, 2, 3, nullptr, 0, response, &length), 0);
+        ASSERT_FALSE(platform().routes.empty());
+        for (const I2cChipRoute &used : platform().routes) {
+            EXPECT_TRUE(scripted::same_route(used, route));
+        }
+    }
+}
+
+TEST_F(Exchange, TheRequestsLengthIsAByte) {
+    card.answer = counted(1);
+    const Accesses here(scripted::route_text(some_route()));
+    const std::vector<uint8_t> bytes(300, 0x11);
+    for (const uint32_t length : {256u, 257u, 300u, 0x80000003u}) {
+        platform().clear_record();
+        uint8_t response[MOORING_DATA_MAX], got = 0;
+        EXPECT_EQ(VEL_Mooring_SmbusSendGetMsgFromPier(some_route(), 1, 2, 3, bytes.data(), length,
+                                                      response, &got),
+                  0);
+        EXPECT_EQ(platform().calls.at(1), here.request(std::vector<uint8_t>(length & 0xFF, 0x11)))
+            << length;
+    }
+}
+
 // ---- single registers ----
 
 TEST(MailboxRegisters, OneTransferEach) {
@@ -635,11 +668,13 @@ TEST(MailboxRegisters, OneTransferEach) {
     EXPECT_EQ(VEL_Mooring_SetDataReg(route, bytes, 3), 0);
     EXPECT_EQ(VEL_Mooring_WriteDataToPier(route, 0xFE, bytes, 1), 0);
     EXPECT_EQ(VEL_Mooring_WriteDataToPier(route, 0, bytes, 0), 0);
+    EXPECT_EQ(VEL_Mooring_WriteDataToPier(route, 0x102, bytes, 0x80000002), 0);
     EXPECT_THAT(platform().calls, ElementsAre("i2cWrite " + place + "0x0 length 4: 01 02 03 04",
                                               "i2cWrite " + place + "0x4 length 4: F1 F2 F3 F4",
                                               "i2cWrite " + place + "0x8 length 3: 10 20 30",
                                               "i2cWrite " + place + "0xFE length 1: 10",
-                                              "i2cWrite " + place + "0x0 length 0:"));
+                                              "i2cWrite " + place + "0x0 length 0:",
+                                              "i2cWrite " + place + "0x2 length 2: 10 20"));
     platform().clear_record();
     card.status = {9, 8, 7, 6};
     card.data[0] = 0x42;
@@ -649,9 +684,11 @@ TEST(MailboxRegisters, OneTransferEach) {
     EXPECT_EQ(VEL_Mooring_GetDataReg(route, bytes, 120), 0);
     EXPECT_EQ(bytes[0], 0x42);
     EXPECT_EQ(VEL_Mooring_ReadDataFromPier(route, 8, bytes, 2), 0);
-    EXPECT_THAT(platform().calls, ElementsAre("i2cRead " + place + "0x0 length 4",
-                                              "i2cRead " + place + "0x8 length 120",
-                                              "i2cRead " + place + "0x8 length 2"));
+    EXPECT_EQ(VEL_Mooring_ReadDataFromPier(route, 0x108, bytes, 0x103), 0);
+    EXPECT_THAT(
+        platform().calls,
+        ElementsAre("i2cRead " + place + "0x0 length 4", "i2cRead " + place + "0x8 length 120",
+                    "i2cRead " + place + "0x8 length 2", "i2cRead " + place + "0x8 length 3"));
     EXPECT_THAT(said(), IsEmpty());
 }
 

@@ -83,6 +83,27 @@ bool exchange_is_answered(uint32_t slot, uint32_t round) {
            length == 4 && response[0] == slot && response[1] == round && response[2] == 0x5A;
 }
 
+// A process that stands in the middle of an exchange until it is killed.
+class StuckProcess {
+public:
+    explicit StuckProcess(Bus *bus)
+        : child_([=, this] {
+              EchoingCard card(bus, 1);
+              card.on_read = [this] {
+                  in_the_middle_.reach();
+                  never_.wait();
+              };
+              return exchange_is_answered(1, 1) ? 0 : 1;
+          }) {
+        in_the_middle_.wait();
+    }
+    void kill_now() { child_.kill_now(); }
+
+private:
+    const Signpost in_the_middle_, never_;
+    Child child_;
+};
+
 }  // namespace
 
 // Each to its own card: what they do on the buses never mixes, and every answer arrives.
@@ -130,18 +151,9 @@ TEST(MailboxProcesses, NeverInterleave) {
 TEST(MailboxProcesses, ADeadProcessHoldsNothing) {
     Bus *bus = shared_bus();
     OAL_SemCreate(semaphore_key);
-    const Signpost in_the_middle, never;
-    Child child([&] {
-        EchoingCard card(bus, 1);
-        card.on_read = [&] {
-            in_the_middle.reach();
-            never.wait();
-        };
-        return exchange_is_answered(1, 1) ? 0 : 1;
-    });
-    in_the_middle.wait();
+    StuckProcess holder(bus);
     EXPECT_EQ(semctl(semget(semaphore_key, 0, 0), 0, GETVAL), 0);
-    child.kill_now();
+    holder.kill_now();
     EXPECT_EQ(semctl(semget(semaphore_key, 0, 0), 0, GETVAL), 1);
     const EchoingCard card(bus, 0);
     EXPECT_TRUE(exchange_is_answered(2, 7));
@@ -151,16 +163,7 @@ TEST(MailboxProcesses, ADeadProcessHoldsNothing) {
 TEST(MailboxProcesses, ADeathLetsTheNextOneIn) {
     Bus *bus = shared_bus();
     OAL_SemCreate(semaphore_key);
-    const Signpost in_the_middle, never;
-    Child holder([&] {
-        EchoingCard card(bus, 1);
-        card.on_read = [&] {
-            in_the_middle.reach();
-            never.wait();
-        };
-        return exchange_is_answered(1, 1) ? 0 : 1;
-    });
-    in_the_middle.wait();
+    StuckProcess holder(bus);
     Child next([&] {
         const EchoingCard card(bus, 2);
         return exchange_is_answered(2, 2) ? 0 : 1;

@@ -1,4 +1,7 @@
 // The choice of the main board's regulators, their firmware revision and the diagnostic line.
+#include <atomic>
+#include <thread>
+
 #include "power/power_support.h"
 
 using namespace power;
@@ -56,8 +59,10 @@ void expect_audit(const std::vector<std::pair<std::string, std::string>> &lines)
 
 TEST(RegulatorRows, UnknownBomHasNone) {
     fit_main_board(0x5440, 3);
-    const VrRow *rows = nullptr;
+    const VrRow any = {};
+    const VrRow *rows = &any;
     EXPECT_EQ(GetPemVRInfoBy9548(&rows), 0);
+    EXPECT_EQ(rows, nullptr);
 }
 
 TEST(RegulatorRows, UnreadableBoardHasNone) {
@@ -97,9 +102,30 @@ TEST(RegulatorRows, CanBeChosenAnew) {
         EXPECT_EQ(reinit_different_bomid_vr_info(), 0);
         EXPECT_THAT(platform().calls, ElementsAre(identifier_read));
         EXPECT_EQ(GetPemVRInfoBy9548(&rows), bom < 3 ? 14 : 0);
+        EXPECT_EQ(rows != nullptr, bom < 3);
         EXPECT_TRUE(bom >= 3 || rows->bom_id == bom);
         EXPECT_THAT(platform().calls, ElementsAre(identifier_read));
     }
+}
+
+// Two threads choose at once and one cannot read the board: rows and their number fit all the same.
+TEST(RegulatorRows, AreOneChoiceForAllThreads) {
+    fit_main_board(0x5440, 1);
+    std::atomic<bool> over = false;
+    std::thread chooser([&] {
+        for (int i = 0; i < 20000; ++i) {
+            fit_main_board(0x5440, i % 2 == 0 ? 7 : 1);
+            reinit_different_bomid_vr_info();
+        }
+        over = true;
+    });
+    for (bool last = false; !last;) {
+        last = over;
+        const VrRow *rows = nullptr;
+        const int32_t count = GetPemVRInfoBy9548(&rows);
+        ASSERT_EQ(count, rows != nullptr ? 14 : 0);
+    }
+    chooser.join();
 }
 
 TEST(RegulatorRows, NullIsRefused) {
@@ -162,6 +188,9 @@ TEST(RegulatorFirmware, TheSecondByteIsTheRevision) {
             };
             EXPECT_EQ(GetVrVersionByIndex(index), static_cast<uint32_t>(low));
             EXPECT_THAT(platform().calls, ElementsAre(page_write(index), revision_read(index)));
+            for (const I2cChipRoute &route : platform().routes) {
+                EXPECT_TRUE(scripted::same_route(route, GetVrFwI2cRegInfoByIndex(index)->route));
+            }
             expect_audit({{"printI2cTopo", topology_line(index)}});
         }
     }

@@ -233,6 +233,9 @@ TEST(PemPresence, EveryCombination) {
 
                     EXPECT_EQ(_GetPemOnlineStatusByEpld(pem), present ? 1 : 0);
                     EXPECT_EQ(platform().calls, calls);
+                    for (const I2cChipRoute &route : platform().routes) {
+                        EXPECT_EQ(route.flags, 4) << "handed on as it stands";
+                    }
                     expect_errors("_GetPemOnlineStatusByEpld", texts);
 
                     platform().clear_record();

@@ -65,7 +65,6 @@ std::vector<uint8_t> block(const I2cChipRoute &route, uint32_t first, uint32_t s
     std::vector<uint8_t> bytes(size);
     return i2cRead(&route, size, bytes.data(), 1, first) < 0 ? std::vector<uint8_t>() : bytes;
 }
-std::vector<uint8_t> text_bytes(const std::string &text) { return {text.begin(), text.end()}; }
 
 // The SMBus packet error code of a block read from a device.
 uint8_t pec(uint8_t address, uint8_t command, const std::vector<uint8_t> &data) {
@@ -75,6 +74,14 @@ uint8_t pec(uint8_t address, uint8_t command, const std::vector<uint8_t> &data) 
     crc.process_byte(static_cast<uint8_t>(address << 1 | 1));
     crc.process_bytes(data.data(), data.size());
     return crc.checksum();
+}
+
+// A block as an endpoint answers it: what it holds, a text at its end, the packet error code.
+std::vector<uint8_t> sealed(uint8_t command, std::vector<uint8_t> data,
+                            const std::string &text = "") {
+    data.insert(data.end(), text.begin(), text.end());
+    data.push_back(pec(0x72, command, data));
+    return data;
 }
 
 // A board that is only looked at.
@@ -182,14 +189,9 @@ TEST(Bays, OnlyNvmeDisksOnALaneHaveAnEndpoint) {
 TEST_F(Disks, AHealthyDisk) {
     board(backplane("F I2C 1", "BPFA") + disk(3, "nvme"));
     const I2cChipRoute route = endpoint(7, 2);
-    std::vector<uint8_t> status = {6, 0xBB, 0xFF, 30, 0, 0, 0};
-    status.push_back(pec(0x72, 0, status));
+    std::vector<uint8_t> status = sealed(0, {6, 0xBB, 0xFF, 30, 0, 0, 0});
     EXPECT_EQ(block(route, 0, 8), status);
-    std::vector<uint8_t> identity = {22, 0x1D, 0x0F};
-    for (const uint8_t byte : text_bytes("F I2C 1 bay 3       ")) {
-        identity.push_back(byte);
-    }
-    identity.push_back(pec(0x72, 8, identity));
+    const std::vector<uint8_t> identity = sealed(8, {22, 0x1D, 0x0F}, "F I2C 1 bay 3       ");
     EXPECT_EQ(block(route, 8, 24), identity);
     status.insert(status.end(), identity.begin(), identity.end());
     EXPECT_EQ(block(route, 0, 32), status);
@@ -201,15 +203,8 @@ TEST_F(Disks, SaysWhatItsKeysSay) {
                "status = 0x53\nsmart = 0xFA\ntemperature = -60\nwear = 255\nvendor = 0x144D\n"
                "serial = \"01234567890123456789\"\n"));
     const I2cChipRoute route = endpoint(4, 1);
-    std::vector<uint8_t> status = {6, 0x53, 0xFA, 0xC4, 255, 0, 0};
-    status.push_back(pec(0x72, 0, status));
-    EXPECT_EQ(block(route, 0, 8), status);
-    std::vector<uint8_t> identity = {22, 0x14, 0x4D};
-    for (const uint8_t byte : text_bytes("01234567890123456789")) {
-        identity.push_back(byte);
-    }
-    identity.push_back(pec(0x72, 8, identity));
-    EXPECT_EQ(block(route, 8, 24), identity);
+    EXPECT_EQ(block(route, 0, 8), sealed(0, {6, 0x53, 0xFA, 0xC4, 255, 0, 0}));
+    EXPECT_EQ(block(route, 8, 24), sealed(8, {22, 0x14, 0x4D}, "01234567890123456789"));
 }
 
 TEST_F(Disks, GarbledAndSilentEndpoints) {
@@ -217,9 +212,9 @@ TEST_F(Disks, GarbledAndSilentEndpoints) {
           disk(2, "nvme", "answers = false\n"));
     for (const auto &[first, size] : {std::pair{0u, 7u}, std::pair{8u, 23u}}) {
         const auto data = block(endpoint(7, 0), first, size);
-        const auto sealed = block(endpoint(7, 0), first, size + 1);
-        ASSERT_EQ(sealed.size(), size + 1);
-        EXPECT_NE(sealed.back(), pec(0x72, static_cast<uint8_t>(first), data));
+        const auto garbled = block(endpoint(7, 0), first, size + 1);
+        ASSERT_EQ(garbled.size(), size + 1);
+        EXPECT_NE(garbled.back(), pec(0x72, static_cast<uint8_t>(first), data));
     }
     EXPECT_TRUE(block(endpoint(7, 1), 0, 8).empty());
     EXPECT_EQ(word_at(at(7, 0x21)), 0xFFF5);  // both are there all the same

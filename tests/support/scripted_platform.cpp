@@ -25,12 +25,21 @@ BP_PRINTF(1, 2) std::string text_of(const char *format, ...) {
     return text;
 }
 
+// The place of an error that is counted and not said yet.
+std::pair<std::string, int> counted;
+
 // Records a call; true when the script wants it to fail.
 bool record(std::string call) {
     Platform &board = platform();
+    counted = {};
     board.calls.push_back(call);
     return (board.fail_call && *board.fail_call == board.calls.size()) ||
            (board.fail_if && board.fail_if(call));
+}
+
+bool record(const char *function, const I2cChipRoute *route, const std::string &arguments) {
+    platform().routes.push_back(*route);
+    return record(function + (' ' + route_text(*route)) + arguments);
 }
 
 Expander *expander_at(const I2cChipRoute *route) {
@@ -84,6 +93,7 @@ BP_PRINTF(1, 0) std::string formatted(const char *format, va_list values) {
 
 BP_PRINTF(3, 0)
 void message(const char *channel, uint32_t number, const char *format, va_list values) {
+    counted = {};
     Message line;
     line.channel = channel;
     line.number = number;
@@ -102,6 +112,11 @@ void message(const char *channel, uint32_t number, const char *format, va_list v
 BP_PRINTF(6, 0)
 void ssp_message(const char *channel, uint32_t module, const char *file, const char *function,
                  int line, const char *format, va_list values) {
+    if (std::strcmp(channel, "error") == 0 && counted != std::pair(std::string(file), line)) {
+        std::fprintf(stderr, "%s:%d: an error that is not counted before it\n", file, line);
+        std::abort();
+    }
+    counted = {};
     platform().messages.push_back(
         {channel, module, file, function, line, formatted(format, values)});
 }
@@ -123,6 +138,10 @@ std::string route_text(const I2cChipRoute &route) {
     }
     return text_of("%u:0x%02X.%X:0x%02X", route.bus, route.switch_address, route.switch_channel,
                    route.address);
+}
+
+bool same_route(const I2cChipRoute &one, const I2cChipRoute &other) {
+    return std::memcmp(&one, &other, sizeof(one)) == 0;
 }
 
 Platform &platform() {
@@ -184,7 +203,7 @@ int epldio_write(uint32_t reg, uint16_t value) {
 int i2cRead(const I2cChipRoute *route, uint32_t length, uint8_t *buffer, uint32_t width,
             uint32_t offset) {
     LOCKED;
-    if (record("i2cRead " + route_text(*route) +
+    if (record("i2cRead", route,
                text_of(" width %u offset 0x%X length %u", width, offset, length))) {
         return platform().failure;
     }
@@ -197,12 +216,11 @@ int i2cRead(const I2cChipRoute *route, uint32_t length, uint8_t *buffer, uint32_
 int i2cWrite(const I2cChipRoute *route, uint32_t length, const uint8_t *buffer, uint32_t width,
              uint32_t offset) {
     LOCKED;
-    std::string call = "i2cWrite " + route_text(*route) +
-                       text_of(" width %u offset 0x%X length %u:", width, offset, length);
+    std::string arguments = text_of(" width %u offset 0x%X length %u:", width, offset, length);
     for (uint32_t i = 0; i < length; ++i) {
-        call += text_of(" %02X", buffer[i]);
+        arguments += text_of(" %02X", buffer[i]);
     }
-    if (record(call)) {
+    if (record("i2cWrite", route, arguments)) {
         return platform().failure;
     }
     if (platform().on_i2c_write) {
@@ -213,8 +231,7 @@ int i2cWrite(const I2cChipRoute *route, uint32_t length, const uint8_t *buffer, 
 
 int ei2c_eeprom_read(const I2cChipRoute *route, uint32_t offset, uint8_t *buffer, uint32_t length) {
     LOCKED;
-    if (record("ei2c_eeprom_read " + route_text(*route) +
-               text_of(" offset 0x%X length %u", offset, length))) {
+    if (record("ei2c_eeprom_read", route, text_of(" offset 0x%X length %u", offset, length))) {
         return platform().failure;
     }
     return read_bytes(route, offset, buffer, length);
@@ -223,8 +240,7 @@ int ei2c_eeprom_read(const I2cChipRoute *route, uint32_t offset, uint8_t *buffer
 int ei2c_eeprom_write(const I2cChipRoute *route, uint32_t offset, const uint8_t *buffer,
                       uint32_t length) {
     LOCKED;
-    if (record("ei2c_eeprom_write " + route_text(*route) +
-               text_of(" offset 0x%X length %u", offset, length))) {
+    if (record("ei2c_eeprom_write", route, text_of(" offset 0x%X length %u", offset, length))) {
         return platform().failure;
     }
     return write_bytes(route, offset, buffer, length);
@@ -232,7 +248,7 @@ int ei2c_eeprom_write(const I2cChipRoute *route, uint32_t offset, const uint8_t 
 
 int ei2c_smbus_read_byte_data(const I2cChipRoute *route, uint8_t command, uint8_t *value) {
     LOCKED;
-    if (record("ei2c_smbus_read_byte_data " + route_text(*route) + text_of(" 0x%02X", command))) {
+    if (record("ei2c_smbus_read_byte_data", route, text_of(" 0x%02X", command))) {
         return platform().failure;
     }
     return read_bytes(route, command, value, 1) < 0 ? -1 : 0;
@@ -240,7 +256,7 @@ int ei2c_smbus_read_byte_data(const I2cChipRoute *route, uint8_t command, uint8_
 
 int ei2c_pca9535_get_value(const I2cChipRoute *route, uint32_t pin, uint32_t *value) {
     LOCKED;
-    if (record("ei2c_pca9535_get_value " + route_text(*route) + text_of(" pin %u", pin))) {
+    if (record("ei2c_pca9535_get_value", route, text_of(" pin %u", pin))) {
         return platform().failure;
     }
     if (platform().on_pin_read) {
@@ -256,7 +272,7 @@ int ei2c_pca9535_get_value(const I2cChipRoute *route, uint32_t pin, uint32_t *va
 
 int ei2c_pca9535_get_word_value(const I2cChipRoute *route, uint32_t mask, uint32_t *value) {
     LOCKED;
-    if (record("ei2c_pca9535_get_word_value " + route_text(*route) + text_of(" 0x%X", mask))) {
+    if (record("ei2c_pca9535_get_word_value", route, text_of(" 0x%X", mask))) {
         return platform().failure;
     }
     if (platform().on_word_read) {
@@ -272,8 +288,7 @@ int ei2c_pca9535_get_word_value(const I2cChipRoute *route, uint32_t mask, uint32
 
 int pca9535_gpio_word_direction_output(const I2cChipRoute *route, uint32_t mask, uint32_t value) {
     LOCKED;
-    if (record("pca9535_gpio_word_direction_output " + route_text(*route) +
-               text_of(" 0x%X 0x%X", mask, value))) {
+    if (record("pca9535_gpio_word_direction_output", route, text_of(" 0x%X 0x%X", mask, value))) {
         return platform().failure;
     }
     Expander *chip = expander_at(route);
@@ -287,8 +302,7 @@ int pca9535_gpio_word_direction_output(const I2cChipRoute *route, uint32_t mask,
 
 int pca9535_gpio_word_set_value(const I2cChipRoute *route, uint32_t mask, uint32_t value) {
     LOCKED;
-    if (record("pca9535_gpio_word_set_value " + route_text(*route) +
-               text_of(" 0x%X 0x%X", mask, value))) {
+    if (record("pca9535_gpio_word_set_value", route, text_of(" 0x%X 0x%X", mask, value))) {
         return platform().failure;
     }
     Expander *chip = expander_at(route);
@@ -301,8 +315,7 @@ int pca9535_gpio_word_set_value(const I2cChipRoute *route, uint32_t mask, uint32
 
 int pca9535_gpio_word_get_output_value(const I2cChipRoute *route, uint32_t mask, uint32_t *value) {
     LOCKED;
-    if (record("pca9535_gpio_word_get_output_value " + route_text(*route) +
-               text_of(" 0x%X", mask))) {
+    if (record("pca9535_gpio_word_get_output_value", route, text_of(" 0x%X", mask))) {
         return platform().failure;
     }
     const Expander *chip = expander_at(route);
@@ -315,7 +328,7 @@ int pca9535_gpio_word_get_output_value(const I2cChipRoute *route, uint32_t mask,
 
 int pca9535_gpio_word_get_value(const I2cChipRoute *route, uint32_t mask, uint32_t *value) {
     LOCKED;
-    if (record("pca9535_gpio_word_get_value " + route_text(*route) + text_of(" 0x%X", mask))) {
+    if (record("pca9535_gpio_word_get_value", route, text_of(" 0x%X", mask))) {
         return platform().failure;
     }
     const Expander *chip = expander_at(route);
@@ -415,6 +428,7 @@ IDBG_CHANNEL(IDBG_LINUXAPP_Runtime_DbgOut, "runtime")
 void sspFailedStat(const char *file, int line) {
     LOCKED;
     platform().failed_stats.emplace_back(file, line);
+    counted = {file, line};
 }
 
 // Configuration files: recorded, then answered by the simulated platform.

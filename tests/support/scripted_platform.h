@@ -76,14 +76,17 @@ struct Platform {
     // ---- what happened ----
     std::vector<std::string>
         calls;  // e.g. "epldio_read 0x208", "ei2c_pca9535_get_word_value 13:0x26 0xFFFF"
+    std::vector<I2cChipRoute> routes;  // of the I2C calls among them, whole
     std::vector<Message> messages;
-    std::vector<std::pair<std::string, int>> failed_stats;  // sspFailedStat
+    // sspFailedStat; an error that none directly precedes with its place ends the test.
+    std::vector<std::pair<std::string, int>> failed_stats;
 
     void identifier(uint32_t bus, uint16_t address, uint32_t mux, uint32_t channel, uint16_t word) {
         expanders[{bus, address, mux, channel}].input = word;
     }
     void clear_record() {
         calls.clear();
+        routes.clear();
         messages.clear();
         failed_stats.clear();
     }
@@ -96,5 +99,7 @@ Platform &platform();
 
 // "13:0x26", behind a switch "4:0x70.1:0x22", behind two levels "4:0x710070.20001:0x22" (raw hex).
 std::string route_text(const I2cChipRoute &route);
+// Flags and name included.
+bool same_route(const I2cChipRoute &one, const I2cChipRoute &other);
 
 }  // namespace scripted

@@ -95,9 +95,7 @@ int32_t SetRaidCardOOBSwitch(uint32_t value) {
     }
     IDBG_LINUXAPP_AuditOut(bf::level_audit_board, "%s:pmc outband switch:%d", __func__,
                            static_cast<int>(value));
-    if (IniSetUInt(file.get(), switch_section, switch_key, value) < 0) {
-        return -1;
-    }
+    IniSetUInt(file.get(), switch_section, switch_key, value);
     return IniSaveFile(file.get(), switch_path) == 0 ? 0 : -1;
 }
 

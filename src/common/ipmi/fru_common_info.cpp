@@ -14,9 +14,10 @@ namespace {
 constexpr uint32_t log_module = 43;
 constexpr uint32_t main_board_key = 0;
 
+// Positions have 32 bits; the upper half of them are none.
 long file_position(uint32_t offset) {
-    return static_cast<long>(offset > bf::board::fru_first_area_end ? offset - bf::board::fru_fold
-                                                                    : offset);
+    return static_cast<int32_t>(
+        offset > bf::board::fru_first_area_end ? offset - bf::board::fru_fold : offset);
 }
 
 bool is_present(uint32_t key) { return GetCardOnlineStatus(key) != 0; }

@@ -22,10 +22,8 @@ constexpr uint8_t pmbus_capability = 0x19;
 constexpr uint32_t pmbus_page_register = 0;
 constexpr uint32_t page_register_width = 1;
 
-// The rows of this main board: set once, and the same whoever sets them.
+// Where this main board's rows begin: the table's end for a board without, null before the choice.
 std::atomic<const VrRow *> vr_first{nullptr};
-std::atomic<uint32_t> vr_count{0};
-std::atomic<bool> vr_selected{false};
 
 bool answers_pmbus(const Pem &pem) {
     uint8_t value = 0;
@@ -136,18 +134,8 @@ int32_t GetPemIndexbyI2CAddr(uint32_t bus, uint32_t address_field, uint32_t *ind
 // ---- voltage regulators ----
 
 int32_t reinit_different_bomid_vr_info() {
-    const uint32_t bom_id = GetBoardBomId();
-    const VrRow *first = bf::find_row(vr_table, &VrRow::bom_id, bom_id);
-    uint32_t count = 0;
-    for (const VrRow *row = first; row != nullptr && row != std::end(vr_table); ++row) {
-        if (row->bom_id != bom_id) {
-            break;
-        }
-        ++count;
-    }
-    vr_first.store(first, std::memory_order_relaxed);
-    vr_count.store(count, std::memory_order_relaxed);
-    vr_selected.store(true, std::memory_order_release);
+    const VrRow *first = bf::find_row(vr_table, &VrRow::bom_id, GetBoardBomId());
+    vr_first.store(first != nullptr ? first : std::end(vr_table), std::memory_order_relaxed);
     return 0;
 }
 
@@ -155,11 +143,17 @@ int32_t GetPemVRInfoBy9548(const VrRow **first) {
     if (first == nullptr) {
         return 0;
     }
-    if (!vr_selected.load(std::memory_order_acquire)) {
+    const VrRow *begin = vr_first.load(std::memory_order_relaxed);
+    if (begin == nullptr) {
         reinit_different_bomid_vr_info();
+        begin = vr_first.load(std::memory_order_relaxed);
     }
-    *first = vr_first.load(std::memory_order_relaxed);
-    return static_cast<int32_t>(vr_count.load(std::memory_order_relaxed));
+    const VrRow *end = begin;
+    while (end != std::end(vr_table) && end->bom_id == begin->bom_id) {
+        ++end;
+    }
+    *first = begin != end ? begin : nullptr;
+    return static_cast<int32_t>(end - begin);
 }
 
 int32_t GetPemVRInfoByEpld(uint32_t offset, uint16_t *value) {
@@ -217,13 +211,14 @@ void printI2cTopo(const I2cChipRoute *route, uint32_t page, uint32_t offset, uin
     if (route == nullptr) {
         return;
     }
+    char name[sizeof(route->name) + 1] = {};  // the field may be full
+    bf::copy_text(name, route->name);
     IDBG_LINUXAPP_AuditOut(audit_level,
                            "[%s:%d] [INFO] >>>>> bus:%d addr:%#X bridge:%#X channel:%#X page:%#X "
-                           "offset:%#X datalen:%d chipname:%.*s\n",
+                           "offset:%#X datalen:%d chipname:%s\n",
                            __func__, __LINE__, static_cast<int>(route->bus), route->address,
                            route->switch_address, route->switch_channel, page, offset,
-                           static_cast<int>(length), static_cast<int>(sizeof(route->name)),
-                           route->name);
+                           static_cast<int>(length), name);
 }
 
 }  // extern "C"
