@@ -453,6 +453,7 @@ typedef struct pcieid_origin {
     uint32_t uplinks[BPDEV_MAX_OFFSETS]; /* the device's uplinks */
     uint32_t sockets[BPDEV_MAX_OFFSETS]; /* slimlines: what feeds each of these uplinks */
 } pcieid_origin;
+BF_ASSERT_SIZE(pcieid_origin, 56);
 
 enum pcieid_cable_state {
     PCIEID_CABLE_BOUND = 0,
@@ -467,6 +468,7 @@ typedef struct pcieid_cable {
     uint32_t uplink_index; /* what the backplane says that the uplink's index is */
     uint32_t word_index;   /* the socket that the word names; when bound, one of slimlines */
 } pcieid_cable;
+BF_ASSERT_SIZE(pcieid_cable, 12);
 
 /* The chain's intermediate lists, some 160 KB, owned by the caller. It needs no initialisation;
  * afterwards it shows what was found. */
@@ -492,6 +494,7 @@ typedef struct pcieid_workspace {
     pciecfg_list held; /* what the flash held, sorted; empty when it held nothing valid */
     uint32_t stored;   /* 1 when the flash was written */
 } pcieid_workspace;
+BF_ASSERT_SIZE(pcieid_workspace, 163508);
 
 /* Identifies every slot and disk bay: expands the mainboard's connectors, tells retimers from
  * slots, announces the sockets to the cables, finds the backplane devices, binds their uplinks,
