@@ -124,6 +124,7 @@ TEST(OobSwitchSet, StoresTheValueAndKeepsTheRest) {
         EXPECT_THAT(platform().calls, ElementsAre(load, set, save, close_file));
         expect_message("audit", 149,
                        std::string("SetRaidCardOOBSwitch:pmc outband switch:") + printed);
+        EXPECT_EQ(platform().messages[0].calls_before, 1u) << "before it is set";
         uint32_t read_back = value + 1;
         EXPECT_EQ(GetRaidCardOOBSwitch(&read_back), 0);
         EXPECT_EQ(read_back, value);

@@ -96,6 +96,7 @@ void message(const char *channel, uint32_t number, const char *format, va_list v
     counted = {};
     Message line;
     line.channel = channel;
+    line.calls_before = platform().calls.size();
     line.number = number;
     constexpr char place[] = "[%s:%d]";
     line.text = formatted(format, values);
@@ -117,8 +118,8 @@ void ssp_message(const char *channel, uint32_t module, const char *file, const c
         std::abort();
     }
     counted = {};
-    platform().messages.push_back(
-        {channel, module, file, function, line, formatted(format, values)});
+    platform().messages.push_back({channel, module, file, function, line, formatted(format, values),
+                                   platform().calls.size()});
 }
 
 template <typename Function>

@@ -43,6 +43,7 @@ struct Message {
     std::string function;
     int line = 0;
     std::string text;
+    size_t calls_before = 0;  // recorded ones
 };
 
 struct Platform {
