@@ -4,6 +4,8 @@
 PRESET ?= dev
 BOARD ?= boards/tarn-12bay.toml
 JOBS ?= $(shell nproc)
+# Tests wait for clocks and for each other more than for a processor.
+TEST_JOBS ?= $(shell expr 2 \* $(JOBS))
 
 .PHONY: help run test setup build armhf-sysroot format format-check tidy clean
 
@@ -18,7 +20,7 @@ run: build
 	build/$(PRESET)/bin/boardsim $(BOARD) -- build/$(PRESET)/bin/boardctl report
 
 test: build
-	ctest --preset $(PRESET) --parallel $(JOBS) $(CTEST_ARGS)
+	ctest --preset $(PRESET) --parallel $(TEST_JOBS) $(CTEST_ARGS)
 
 setup:
 	@scripts/setup

@@ -138,6 +138,34 @@ protected:
         });
     }
 
+    // Starts a client whose exec fails: the exit status of the child, which goes on behind the call
+    // with its result.
+    static int without_busybox(const std::string &name, const std::function<int(int32_t)> &child) {
+        const child_process::Signpost seen_alive;
+        libc_layer::layer().before = [&](const std::string &call) {
+            if (call.starts_with("execl /bin/busybox ")) {
+                seen_alive.wait();
+            }
+        };
+        libc_layer::layer().fail_with = [](const std::string &call) {
+            return call.starts_with("execl /bin/busybox ") ? ENOENT : 0;
+        };
+        const pid_t parent = getpid();
+        int32_t result = 0;
+        {
+            const libc_layer::Watch watch;
+            result = OAL_StartDhcp(name.c_str(), "bmc");
+        }
+        if (getpid() != parent) {
+            _exit(child(result));
+        }
+        EXPECT_GT(result, 0);
+        seen_alive.reach();
+        int status = 0;
+        EXPECT_EQ(waitpid(result, &status, 0), result);
+        return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    }
+
     int32_t client_ = 0;
 };
 
@@ -153,21 +181,16 @@ TEST_F(Dhcp, CommandOfTheClient) {
 
 // The client has a rule of its own for them.
 TEST_F(Dhcp, LongInterfaceNameIsHandedOn) {
-    libc_layer::layer().fail_with = [](const std::string &call) {
-        return call.starts_with("execl") ? EIO : 0;
-    };
-    const pid_t parent = getpid();
-    const libc_layer::Watch watch;
-    const int32_t child = OAL_StartDhcp("management-port-0001", "bmc");
-    if (getpid() != parent) {
-        const auto calls = libc_layer::layer().calls_of("execl /bin/busybox");
-        _exit(calls.size() == 1 && calls[0].find(" -i management-port-0001 ") != std::string::npos
-                  ? 42
-                  : 1);
-    }
-    int status = 0;
-    ASSERT_EQ(waitpid(child, &status, 0), child);
-    EXPECT_EQ(WEXITSTATUS(status), 42);
+    EXPECT_EQ(without_busybox("management-port-0001",
+                              [](int32_t) {
+                                  const auto calls = libc_layer::layer().calls_of("execl /bin/");
+                                  return calls.size() == 1 &&
+                                                 calls[0].find(" -i management-port-0001 ") !=
+                                                     std::string::npos
+                                             ? 42
+                                             : 1;
+                              }),
+              42);
 }
 
 TEST_F(Dhcp, LongHostNameIsCut) {
@@ -240,23 +263,8 @@ TEST_F(Dhcp, FailedWaitIsTakenForAnEnd) {
 }
 
 TEST_F(Dhcp, WithoutBusyboxTheChildGoesOnWithAFailure) {
-    libc_layer::layer().fail_with = [](const std::string &call) {
-        return call.starts_with("execl /bin/busybox ") ? ENOENT : 0;
-    };
-    const pid_t parent = getpid();
-    int32_t result = 0;
-    {
-        const libc_layer::Watch watch;
-        result = OAL_StartDhcp(veth::port.c_str(), "bmc");
-    }
-    if (getpid() != parent) {
-        _exit(result == -1 ? 42 : 1);
-    }
-    ASSERT_GT(result, 0);
-    int status = 0;
-    EXPECT_EQ(waitpid(result, &status, 0), result);
-    EXPECT_TRUE(WIFEXITED(status));
-    EXPECT_EQ(WEXITSTATUS(status), 42);
+    EXPECT_EQ(without_busybox(veth::port, [](int32_t result) { return result == -1 ? 42 : 1; }),
+              42);
 }
 
 // ---- signals ----
