@@ -1,4 +1,3 @@
-#define TOML_IMPLEMENTATION
 #include "board_reader.h"
 
 #include <algorithm>

@@ -8,11 +8,12 @@ namespace boardsim {
 
 namespace {
 
-struct Connector {
+struct RiserConnector {
     const char *name;
     const char *position;
 };
-constexpr std::array connectors = {Connector{"RISER2", "bprb_1"}, Connector{"RISER3", "bprb_2"}};
+constexpr std::array riser_connectors = {RiserConnector{"RISER2", "bprb_1"},
+                                         RiserConnector{"RISER3", "bprb_2"}};
 
 struct Riser {
     uint32_t board;
@@ -29,9 +30,10 @@ constexpr uint32_t retimer_switch = 0x71;
 
 void read_riser(Builder &builder, Table &table) {
     const std::string name = table.required_text("connector", 16);
-    const auto connector = std::find_if(connectors.begin(), connectors.end(),
-                                        [&](const Connector &each) { return name == each.name; });
-    if (connector == connectors.end()) {
+    const auto connector =
+        std::find_if(riser_connectors.begin(), riser_connectors.end(),
+                     [&](const RiserConnector &each) { return name == each.name; });
+    if (connector == riser_connectors.end()) {
         table.fail("connector",
                    "there is no riser connector \"" + name + "\"; there are RISER2, RISER3");
     }

@@ -289,8 +289,8 @@ TEST(BiosText, EveryItemAndValue) {
             if (item == nullptr && number > 8 && number % 51 != 0) {
                 continue;
             }
+            SCOPED_TRACE(testing::Message() << group << "/" << number);
             for (uint32_t value = 0; value < 256; ++value) {
-                SCOPED_TRACE(testing::Message() << group << "/" << number << "=" << value);
                 const Answer answer = text_of(group, number, value);
                 std::string text;
                 bool found = false;
@@ -314,12 +314,13 @@ TEST(BiosText, EveryItemAndValue) {
                         }
                     }
                 }
-                ASSERT_EQ(answer.result, found ? 0 : -1);
-                ASSERT_EQ(answer.text, found ? text : "");
-                ASSERT_EQ(answer.completion, found ? 0xA5 : completion);
+                ASSERT_EQ(answer.result, found ? 0 : -1) << value;
+                ASSERT_EQ(answer.text, found ? text : "") << value;
+                ASSERT_EQ(answer.completion, found ? 0xA5 : completion) << value;
                 ASSERT_EQ(
                     answer.name,
-                    found ? table() + (row_of(*item) + row) * row_size + name_offset : nullptr);
+                    found ? table() + (row_of(*item) + row) * row_size + name_offset : nullptr)
+                    << value;
             }
         }
     }

@@ -438,8 +438,8 @@ Event event_of(uint32_t data2, uint32_t data3) {
 TEST(MemoryEvents, AllPairs) {
     ASSERT_NO_FATAL_FAILURE(choose_labels());
     for (uint32_t data2 = 0; data2 < 256; ++data2) {
+        SCOPED_TRACE(data2);
         for (uint32_t data3 = 0; data3 < 256; ++data3) {
-            SCOPED_TRACE(testing::Message() << data2 << " " << data3);
             platform().clear_record();
             const Event event = event_of(data2, data3);
             const auto position =
@@ -449,25 +449,26 @@ TEST(MemoryEvents, AllPairs) {
                                    : position   ? static_cast<int32_t>(*position) + 1
                                                 : 0;
             const int32_t card = event.direct || position ? 255 : 0;
-            ASSERT_EQ(GetDimmIndexBySelInfo(data2, data3), number);
-            ASSERT_EQ(GetDimmNumberBySelInfo(data2, data3), number);
-            ASSERT_EQ(GetDimmCardIndexBySelInfo(data2, data3), card);
+            ASSERT_EQ(GetDimmIndexBySelInfo(data2, data3), number) << data3;
+            ASSERT_EQ(GetDimmNumberBySelInfo(data2, data3), number) << data3;
+            ASSERT_EQ(GetDimmCardIndexBySelInfo(data2, data3), card) << data3;
             Label label;
-            ASSERT_EQ(GetDimmSilkScreenBySelInfo(data2, data3, label.bytes), 0);
+            ASSERT_EQ(GetDimmSilkScreenBySelInfo(data2, data3, label.bytes), 0) << data3;
             if (event.direct) {
-                ASSERT_TRUE(label.untouched());
+                ASSERT_TRUE(label.untouched()) << data3;
             } else {
-                ASSERT_TRUE(label.holds(position ? sockets()[*position].label : "")) << label.bytes;
+                ASSERT_TRUE(label.holds(position ? sockets()[*position].label : ""))
+                    << label.bytes << " " << data3;
             }
             // Types whose low nibble is not 5 are the same question.
             const uint32_t type = data3 * 16 + (data2 % 16 == 5 ? 4 : data2 % 16);
-            ASSERT_EQ(GetDimmNumByBiosSelInfo(type, data2, data3), number);
-            ASSERT_EQ(GetDimmCardIndexByBiosSelInfo(type, data2, data3), card);
+            ASSERT_EQ(GetDimmNumByBiosSelInfo(type, data2, data3), number) << data3;
+            ASSERT_EQ(GetDimmCardIndexByBiosSelInfo(type, data2, data3), card) << data3;
 
             ASSERT_THAT(platform().calls, IsEmpty());
-            ASSERT_EQ(platform().messages.size(), event.direct || position ? 0u : 6u);
+            ASSERT_EQ(platform().messages.size(), event.direct || position ? 0u : 6u) << data3;
             for (const scripted::Message &message : platform().messages) {
-                ASSERT_EQ(message.text, no_such_place(event.slot));
+                ASSERT_EQ(message.text, no_such_place(event.slot)) << data3;
             }
         }
     }

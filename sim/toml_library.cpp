@@ -1,0 +1,3 @@
+// The TOML library's own definitions, compiled once.
+#define TOML_IMPLEMENTATION
+#include "board_reader.h"
