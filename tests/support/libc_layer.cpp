@@ -76,9 +76,13 @@ std::string key_text(std::map<int, int32_t> &keys, int id) {
 // program itself counts as what is tested: a last call in a function of the library returns to it.
 bool is_foreign(const void *caller) {
     Dl_info place = {};
-    return dladdr(caller, &place) != 0 && place.dli_fname != nullptr &&
-           std::strstr(place.dli_fname, ".so") != nullptr &&
-           std::strstr(place.dli_fname, "libboardfeatures") == nullptr;
+    if (dladdr(caller, &place) == 0 || place.dli_fname == nullptr) {
+        return false;
+    }
+    // Of the name alone: a folder above may be called as the library is.
+    const std::string path = place.dli_fname;
+    const std::string name = path.substr(path.rfind('/') + 1);
+    return name.find(".so") != name.npos && !name.starts_with("libboardfeatures.so");
 }
 
 // Records the call; an errno when the script wants it to fail.
