@@ -32,7 +32,7 @@ constexpr SlotLabel slot_labels[] = {
 // A column of a line; longer texts are cut.
 template <std::size_t Size>
 struct Column {
-    char text[Size] = "";
+    char text[Size] = {};
 
     BP_PRINTF(2, 3) void print(const char *format, ...) {
         va_list values;
