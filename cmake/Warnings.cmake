@@ -14,4 +14,10 @@ if(BF_SANITIZE)
   target_compile_options(bf_options INTERFACE
     -fsanitize=${BF_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all)
   target_link_options(bf_options INTERFACE -fsanitize=${BF_SANITIZE})
+  # clang has no such macro of its own
+  if(CMAKE_CXX_COMPILER_ID STREQUAL "Clang" AND BF_SANITIZE MATCHES "address")
+    target_compile_definitions(bf_options INTERFACE __SANITIZE_ADDRESS__)
+  elseif(CMAKE_CXX_COMPILER_ID STREQUAL "Clang" AND BF_SANITIZE MATCHES "thread")
+    target_compile_definitions(bf_options INTERFACE __SANITIZE_THREAD__)
+  endif()
 endif()

@@ -180,8 +180,8 @@ TEST(RegulatorFirmware, TheSecondByteIsTheRevision) {
             platform().clear_record();
             platform().on_i2c_write = [](const I2cChipRoute &, uint32_t, const uint8_t *,
                                          uint32_t) { return 0; };
-            platform().on_i2c_read = [&](const I2cChipRoute &, uint32_t, uint8_t *buffer,
-                                         uint32_t) {
+            platform().on_i2c_read = [high = high, low = low](const I2cChipRoute &, uint32_t,
+                                                              uint8_t *buffer, uint32_t) {
                 buffer[0] = static_cast<uint8_t>(high);
                 buffer[1] = static_cast<uint8_t>(low);
                 return 2;

@@ -130,7 +130,8 @@ TEST(Bays, EveryFailedReadEndsTheAnswerAndIsPrinted) {
                 platform().fail_call = failing;
 
                 platform().clear_record();
-                const std::string text = printed([&] { EXPECT_EQ(f.present(slot), -1); });
+                const std::string text =
+                    printed([&, slot = slot] { EXPECT_EQ(f.present(slot), -1); });
                 const std::string bus =
                     model.name == "bpfa" ? "bus " + std::to_string(place.bus) + " " : "";
                 EXPECT_THAT(text, MatchesRegex("\\[_" + model.name + "_hdd_present [0-9]+\\] " +
@@ -139,7 +140,8 @@ TEST(Bays, EveryFailedReadEndsTheAnswerAndIsPrinted) {
 
                 platform().clear_record();
                 uint8_t type = untouched;
-                const std::string type_text = printed([&] { EXPECT_EQ(f.type(slot, &type), -1); });
+                const std::string type_text =
+                    printed([&, slot = slot] { EXPECT_EQ(f.type(slot, &type), -1); });
                 // bpma's type is that of its presence question, bits unseen.
                 const std::string asked = model.name == "bpma" ? "_hdd_present" : "_hdd_type";
                 EXPECT_THAT(type_text, MatchesRegex("\\[_" + model.name + asked +
@@ -353,8 +355,9 @@ TEST(Expanders, AreReadInOrderUnderTheirNames) {
         for (const auto &[slot, place] : model.slots) {
             const auto expected = expected_expanders(model, place.bus, model.label);
             uint8_t type = 0;
-            EXPECT_EQ(expanders_of([&] { f.present(slot); }), expected) << model.name;
-            EXPECT_EQ(expanders_of([&] { f.type(slot, &type); }), expected) << model.name;
+            EXPECT_EQ(expanders_of([&, slot = slot] { f.present(slot); }), expected) << model.name;
+            EXPECT_EQ(expanders_of([&, slot = slot] { f.type(slot, &type); }), expected)
+                << model.name;
         }
         if (f.u2_list != nullptr) {
             for (uint32_t position = 0; position < 7; ++position) {
@@ -835,7 +838,10 @@ TEST(Traces, OobdbgShowsTheBitsAndTheCountOfDiskLists) {
                                         std::to_string(list.count) + "\n"));
         EXPECT_GE(list.count, 1u);
         U2NvmeList nvmes = {};
-        EXPECT_EQ(printed([&] { rules::functions(name).u2_list(model.board_id, 1, &nvmes); }), "");
+        EXPECT_EQ(printed([&, name = name] {
+                      rules::functions(name).u2_list(model.board_id, 1, &nvmes);
+                  }),
+                  "");
     }
     platform().clear_record();
     platform().fail_call = 1;

@@ -209,7 +209,7 @@ struct Switch {
     const char *meaning;
     int32_t (*ask)();
 };
-constexpr Switch switches[] = {
+constexpr Switch switch_table[] = {
     {"fans", "Fans", GetFanSupportFlag},
     {"cooling_modes", "Cooling modes", IsSupportCoolingMode},
     {"fan_types", "Several fan types", GetIsSupportMultiFanType},
@@ -229,7 +229,7 @@ constexpr Switch switches[] = {
 
 Json support_json() {
     Json support = Json::object();
-    for (const Switch &each : switches) {
+    for (const Switch &each : switch_table) {
         support[each.name] = each.ask() == 1;
     }
     return support;
@@ -364,7 +364,7 @@ void show_policy(Page &page, const Json &document) {
                  {"Device mask", "/parameters/device_mask"}});
     page.heading("Supported");
     std::vector<Column> columns;
-    for (const Switch &each : switches) {
+    for (const Switch &each : switch_table) {
         columns.push_back({each.meaning, fmt::format("/support/{}", each.name)});
     }
     page.fields(document, columns);
