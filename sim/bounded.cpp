@@ -15,7 +15,11 @@ namespace {
 
 constexpr int refused = -1;
 
-int copy_memory(void *dest, size_t dest_size, const void *src, size_t count) {
+// Each counts itself as the call that it does the work of, which may fail by a fault.
+int copy_memory(Call call, void *dest, size_t dest_size, const void *src, size_t count) {
+    if (const int failure = software_call(call); failure != 0) {
+        return failure;
+    }
     if (dest == nullptr || src == nullptr || count > dest_size) {
         return refused;
     }
@@ -23,7 +27,10 @@ int copy_memory(void *dest, size_t dest_size, const void *src, size_t count) {
     return 0;
 }
 
-int set_memory(void *dest, size_t dest_size, int value, size_t count) {
+int set_memory(Call call, void *dest, size_t dest_size, int value, size_t count) {
+    if (const int failure = software_call(call); failure != 0) {
+        return failure;
+    }
     if (dest == nullptr || count > dest_size) {
         return refused;
     }
@@ -39,21 +46,28 @@ int append_text(char *dest, size_t dest_size, size_t used, const char *src, size
     return 0;
 }
 
-int copy_text(char *dest, size_t dest_size, const char *src, size_t count) {
+int copy_text(Call call, char *dest, size_t dest_size, const char *src, size_t count) {
+    if (const int failure = software_call(call); failure != 0) {
+        return failure;
+    }
     if (dest == nullptr || src == nullptr || dest_size == 0) {
         return refused;
     }
     return append_text(dest, dest_size, 0, src, count);
 }
 
-int print_text(char *dest, size_t dest_size, const char *format, va_list values) {
+int print_text(Call call, char *dest, size_t dest_size, const char *format, va_list values) {
+    if (const int failure = software_call(call); failure != 0) {
+        return failure;
+    }
     if (dest == nullptr || dest_size == 0 || format == nullptr) {
         return refused;
     }
     return std::vsnprintf(dest, dest_size, format, values) < 0 ? refused : 0;
 }
 
-size_t text_length(const char *text, size_t max) {
+size_t text_length(Call call, const char *text, size_t max) {
+    software_call(call);
     return text == nullptr ? 0 : strnlen(text, max);
 }
 
@@ -62,42 +76,24 @@ size_t text_length(const char *text, size_t max) {
 extern "C" {
 
 int memcpy_s(void *dest, size_t dest_size, const void *src, size_t count) {
-    if (const int failure = software_call(Call::memcpy_s); failure != 0) {
-        return failure;
-    }
-    return copy_memory(dest, dest_size, src, count);
+    return copy_memory(Call::memcpy_s, dest, dest_size, src, count);
 }
 int vel_memcpy_s(void *dest, size_t dest_size, const void *src, size_t count) {
-    if (const int failure = software_call(Call::vel_memcpy_s); failure != 0) {
-        return failure;
-    }
-    return copy_memory(dest, dest_size, src, count);
+    return copy_memory(Call::vel_memcpy_s, dest, dest_size, src, count);
 }
 
 int memset_s(void *dest, size_t dest_size, int value, size_t count) {
-    if (const int failure = software_call(Call::memset_s); failure != 0) {
-        return failure;
-    }
-    return set_memory(dest, dest_size, value, count);
+    return set_memory(Call::memset_s, dest, dest_size, value, count);
 }
 int vel_memset_s(void *dest, size_t dest_size, int value, size_t count) {
-    if (const int failure = software_call(Call::vel_memset_s); failure != 0) {
-        return failure;
-    }
-    return set_memory(dest, dest_size, value, count);
+    return set_memory(Call::vel_memset_s, dest, dest_size, value, count);
 }
 
 int strncpy_s(char *dest, size_t dest_size, const char *src, size_t count) {
-    if (const int failure = software_call(Call::strncpy_s); failure != 0) {
-        return failure;
-    }
-    return copy_text(dest, dest_size, src, count);
+    return copy_text(Call::strncpy_s, dest, dest_size, src, count);
 }
 int vel_strncpy_s(char *dest, size_t dest_size, const char *src, size_t count) {
-    if (const int failure = software_call(Call::vel_strncpy_s); failure != 0) {
-        return failure;
-    }
-    return copy_text(dest, dest_size, src, count);
+    return copy_text(Call::vel_strncpy_s, dest, dest_size, src, count);
 }
 
 int vel_strncat_s(char *dest, size_t dest_size, const char *src, size_t count) {
@@ -115,22 +111,16 @@ int vel_strncat_s(char *dest, size_t dest_size, const char *src, size_t count) {
 }
 
 int snprintf_s(char *dest, size_t dest_size, const char *format, ...) {
-    if (const int failure = software_call(Call::snprintf_s); failure != 0) {
-        return failure;
-    }
     va_list values;
     va_start(values, format);
-    const int result = print_text(dest, dest_size, format, values);
+    const int result = print_text(Call::snprintf_s, dest, dest_size, format, values);
     va_end(values);
     return result;
 }
 int vel_snprintf_s(char *dest, size_t dest_size, const char *format, ...) {
-    if (const int failure = software_call(Call::vel_snprintf_s); failure != 0) {
-        return failure;
-    }
     va_list values;
     va_start(values, format);
-    const int result = print_text(dest, dest_size, format, values);
+    const int result = print_text(Call::vel_snprintf_s, dest, dest_size, format, values);
     va_end(values);
     return result;
 }
@@ -150,13 +140,9 @@ int vel_sscanf_s(const char *text, const char *format, ...) {
     return result;
 }
 
-size_t strnlen_s(const char *text, size_t max) {
-    software_call(Call::strnlen_s);
-    return text_length(text, max);
-}
+size_t strnlen_s(const char *text, size_t max) { return text_length(Call::strnlen_s, text, max); }
 size_t vel_strnlen_s(const char *text, size_t max) {
-    software_call(Call::vel_strnlen_s);
-    return text_length(text, max);
+    return text_length(Call::vel_strnlen_s, text, max);
 }
 
 int vel_atoi_s(const char *text) {

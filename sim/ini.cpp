@@ -152,7 +152,11 @@ bool replace_file(const std::string &path, std::string_view text) {
     return true;
 }
 
-int set_text(IniHandle handle, const char *section, const char *key, const char *value) {
+// A call that stores a text, as it is counted and as it may fail by a fault.
+int set_text(Call call, IniHandle handle, const char *section, const char *key, const char *value) {
+    if (const int failure = software_call(call); failure != 0) {
+        return failure;
+    }
     if (handle == nullptr || section == nullptr || key == nullptr || value == nullptr) {
         return failed;
     }
@@ -171,9 +175,14 @@ const char *find_text(IniHandle handle, const char *section, const char *key) {
     return ini_of(handle)->GetValue(section, key, nullptr);
 }
 
-// A stored number, decimal or 0x…; the fallback when it is none or does not fit.
+// A call that answers a stored number, decimal or 0x…; the fallback when it is none or does not
+// fit.
 template <typename Number>
-Number get_number(IniHandle handle, const char *section, const char *key, Number fallback) {
+Number get_number(Call call, IniHandle handle, const char *section, const char *key,
+                  Number fallback) {
+    if (software_call(call) != 0) {
+        return fallback;
+    }
     const char *stored = find_text(handle, section, key);
     if (stored == nullptr) {
         return fallback;
@@ -257,49 +266,28 @@ int IniGetStr(IniHandle handle, const char *section, const char *key, const char
 }
 
 int IniSetStr(IniHandle handle, const char *section, const char *key, const char *value) {
-    if (const int failure = software_call(Call::IniSetStr); failure != 0) {
-        return failure;
-    }
-    return set_text(handle, section, key, value);
+    return set_text(Call::IniSetStr, handle, section, key, value);
 }
 
 uint32_t IniGetUInt(IniHandle handle, const char *section, const char *key, uint32_t fallback) {
-    if (software_call(Call::IniGetUInt) != 0) {
-        return fallback;
-    }
-    return get_number(handle, section, key, fallback);
+    return get_number(Call::IniGetUInt, handle, section, key, fallback);
 }
 int IniSetUInt(IniHandle handle, const char *section, const char *key, uint32_t value) {
-    if (const int failure = software_call(Call::IniSetUInt); failure != 0) {
-        return failure;
-    }
-    return set_text(handle, section, key, std::to_string(value).c_str());
+    return set_text(Call::IniSetUInt, handle, section, key, std::to_string(value).c_str());
 }
 
 int32_t IniGetSInt(IniHandle handle, const char *section, const char *key, int32_t fallback) {
-    if (software_call(Call::IniGetSInt) != 0) {
-        return fallback;
-    }
-    return get_number(handle, section, key, fallback);
+    return get_number(Call::IniGetSInt, handle, section, key, fallback);
 }
 int IniSetSInt(IniHandle handle, const char *section, const char *key, int32_t value) {
-    if (const int failure = software_call(Call::IniSetSInt); failure != 0) {
-        return failure;
-    }
-    return set_text(handle, section, key, std::to_string(value).c_str());
+    return set_text(Call::IniSetSInt, handle, section, key, std::to_string(value).c_str());
 }
 
 uint8_t IniGetChar(IniHandle handle, const char *section, const char *key, uint8_t fallback) {
-    if (software_call(Call::IniGetChar) != 0) {
-        return fallback;
-    }
-    return get_number(handle, section, key, fallback);
+    return get_number(Call::IniGetChar, handle, section, key, fallback);
 }
 int IniSetChar(IniHandle handle, const char *section, const char *key, uint8_t value) {
-    if (const int failure = software_call(Call::IniSetChar); failure != 0) {
-        return failure;
-    }
-    return set_text(handle, section, key, std::to_string(value).c_str());
+    return set_text(Call::IniSetChar, handle, section, key, std::to_string(value).c_str());
 }
 
 int IniDelEntry(IniHandle handle, const char *section, const char *key) {
