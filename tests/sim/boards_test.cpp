@@ -33,7 +33,8 @@ TEST_F(Shipped, EveryFileLoads) {
     std::set<std::string> names;
     DIR *folder = opendir(BOARDS_DIR);
     ASSERT_NE(folder, nullptr);
-    while (const dirent *entry = readdir(folder)) {
+    // The emulator hands on inode numbers of 64 bits.
+    while (const dirent64 *entry = readdir64(folder)) {
         const std::string name = entry->d_name;
         if (name.ends_with(".toml")) {
             EXPECT_NO_THROW(boardsim::make_state(std::string(BOARDS_DIR) + '/' + name, state_file))
